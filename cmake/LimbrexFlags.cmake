@@ -20,6 +20,8 @@ target_compile_options(limbrex_flags INTERFACE
     # No fused multiply-add: a fused product is rounded once instead of twice, so poses would differ between debug and
     # optimised builds, between compilers and between machines. Recorded poses and their hashes rely on one rounding.
     -ffp-contract=off)
+# A binary loads the packages that it calls, not all that its libraries know.
+target_link_options(limbrex_flags INTERFACE LINKER:--as-needed)
 
 add_library(limbrex_kernel_flags INTERFACE)
 target_link_libraries(limbrex_kernel_flags INTERFACE limbrex_flags)
