@@ -1,0 +1,82 @@
+// What every solver stage works on, and the few moves they all make: turn a node, bring its local in line, hold its limit, update what
+// hangs below. Stages write the stored globals and leave globals and locals in step.
+#pragma once
+
+#include "limbrex/model/effector_set.h"
+
+namespace lbx
+{
+
+struct Solve
+{
+    const LBXCharacter& character;
+    StateNode* nodes;               // by slot; -1 is the spare
+    LBXEffectorSet& effectors;
+    const LBXPropertySet& properties;
+    uint32_t mask;                  // solving steps
+    const int32_t* parents;         // by slot
+    const int32_t* order;           // slots depth first
+    const int32_t* place;
+    const int32_t* subtree;
+    const NodeRecord* records;
+};
+
+Solve make_solve(const LBXCharacter& character, LBXCharacterState& state, LBXEffectorSet& effectors, const LBXPropertySet& properties);
+
+inline int slot_of(const Solve& solve, int node) { return solve.character.slotOfNode[node]; }
+
+// ---- one node -----------------------------------------------------------------------------------------------------------------
+
+// The root and nodes without a parent: local T and Q are the global ones.
+inline void update_local(const Solve& solve, int slot)
+{
+    StateNode& node = solve.nodes[slot];
+    const int parent = solve.parents[slot];
+    if (parent >= 0)
+        local_from_global(node.local, node.global, solve.nodes[parent].global);
+    else
+    {
+        node.local.t = node.global.t;
+        node.local.q = node.global.q;
+    }
+}
+// A node without a parent keeps the global it has.
+inline void update_global(const Solve& solve, int slot)
+{
+    const int parent = solve.parents[slot];
+    if (parent >= 0)
+        global_from_local(solve.nodes[slot].global, solve.nodes[slot].local, solve.nodes[parent].global);
+}
+inline Quat global_rotation(const Solve& solve, int slot) { return solve.nodes[slot].global.q; }
+inline Vec4 position(const Solve& solve, int slot) { return solve.nodes[slot].global.t; }
+
+// Clamps the local rotation and translation of a node with a limit record; when that changed the local, its global is recomputed.
+// True when it changed. The nodes below are the caller's to update.
+bool enforce_limit(const Solve& solve, int slot);
+
+// The global rotation becomes q: local recomputed, limit held. The nodes below are the caller's to update.
+inline void set_rotation(const Solve& solve, int slot, Quat q)
+{
+    solve.nodes[slot].global.q = normalize_quat(q);
+    update_local(solve, slot);
+    enforce_limit(solve, slot);
+}
+// The global rotation is pre-multiplied by a turn: local recomputed, limit held.
+inline void turn_node(const Solve& solve, int slot, Quat turn) { set_rotation(solve, slot, quat_mul(turn, solve.nodes[slot].global.q)); }
+
+// ---- chains and subtrees --------------------------------------------------------------------------------------------------------
+
+// Globals of everything below the slot (not itself), from the locals.
+inline void update_descendants(const Solve& solve, int slot)
+{
+    const int first = solve.place[slot] + 1;
+    const int last = solve.place[slot] + solve.subtree[slot];
+    for (int i = first; i < last; ++i)
+        update_global(solve, solve.order[i]);
+}
+// Globals along the path from below `from` down to `to`, which must hang under it. Nothing happens for absent slots.
+void update_path(const Solve& solve, int from, int to);
+// Globals of the spine nodes above Spine, Spine's own first when wanted.
+void update_spine_chain(const Solve& solve);
+
+}  // namespace lbx
