@@ -5,6 +5,15 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo" FORCE)
 endif()
 
+if(LIMBREX_USE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    find_program(LIMBREX_CCACHE ccache)
+    mark_as_advanced(LIMBREX_CCACHE)
+    if(LIMBREX_CCACHE)
+        set(CMAKE_C_COMPILER_LAUNCHER ${LIMBREX_CCACHE})
+        set(CMAKE_CXX_COMPILER_LAUNCHER ${LIMBREX_CCACHE})
+    endif()
+endif()
+
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -37,8 +46,10 @@ if(LIMBREX_SANITIZE)
     # A float that does not fit its integer is undefined like any other; bad numbers from scripts must not get there.
     set(sanitizers address,undefined,float-cast-overflow)
     target_compile_options(limbrex_flags INTERFACE
-        -fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        -fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer
+        # Optimised sanitizer builds report variables as maybe unset that are not; the release build has the last word.
+        -Wno-maybe-uninitialized)
     target_link_options(limbrex_flags INTERFACE -fsanitize=${sanitizers})
     # The check of virtual table pointers needs run-time types, which library and plugin are built without.
-    target_compile_options(limbrex_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-sanitize=vptr>)
+    target_compile_options(limbrex_kernel_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-sanitize=vptr>)
 endif()

@@ -22,7 +22,8 @@ function(limbrex_public_includes target scope)
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 endfunction()
 
-# limbrex (static, position independent) and limbrex_shared (liblimbrex.so) from the same objects.
+# limbrex: static, position independent, everything hidden, for whatever links it in. limbrex_shared: liblimbrex.so, which
+# shows the public operations and is compiled for itself, since visibility is decided by the compiler.
 function(limbrex_add_library)
     limbrex_sources(sources limbrex)
     if(NOT sources)
@@ -30,20 +31,22 @@ function(limbrex_add_library)
         limbrex_public_includes(limbrex INTERFACE)
         return()
     endif()
-    add_library(limbrex_objects OBJECT ${sources})
-    target_link_libraries(limbrex_objects PRIVATE limbrex_kernel_flags)
-    target_include_directories(limbrex_objects PRIVATE ${PROJECT_SOURCE_DIR})
-
-    add_library(limbrex STATIC $<TARGET_OBJECTS:limbrex_objects>)
-    add_library(limbrex_shared SHARED $<TARGET_OBJECTS:limbrex_objects>)
-    set_target_properties(limbrex_shared PROPERTIES
-        OUTPUT_NAME limbrex VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-        LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
-    set_target_properties(limbrex PROPERTIES ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
-    target_link_libraries(limbrex_shared PRIVATE $<BUILD_INTERFACE:limbrex_kernel_flags>)
-    limbrex_export_only(limbrex_shared limbrex.map)
-    foreach(target limbrex limbrex_shared)
+    add_library(limbrex STATIC ${sources})
+    set(targets limbrex)
+    if(LIMBREX_BUILD_SHARED)
+        add_library(limbrex_shared SHARED ${sources})
+        list(APPEND targets limbrex_shared)
+        target_compile_definitions(limbrex_shared PRIVATE LIMBREX_SHARED)
+        set_target_properties(limbrex_shared PROPERTIES
+            OUTPUT_NAME limbrex VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+        limbrex_export_only(limbrex_shared limbrex.map)
+    endif()
+    foreach(target IN LISTS targets)
+        target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:limbrex_kernel_flags>)
         limbrex_public_includes(${target} PUBLIC)
+        set_target_properties(${target} PROPERTIES
+            ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}
+            LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
         add_library(limbrex::${target} ALIAS ${target})
     endforeach()
 endfunction()
