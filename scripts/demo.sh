@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Sets up, builds, and lets motion-capture clips from Debian's assimp-testmodels obey three scene scripts. Results go to out/.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh
+scripts/build.sh release
+
+scenes=(examples/scenes/*.lua)
+for scene in "${scenes[@]}"; do
+    name=$(basename "$scene" .lua)
+    echo
+    echo "== $name"
+    build/release/bin/limbrex run "$scene" --out "out/$name" </dev/null
+done
+
+echo
+echo "Results:"
+for scene in "${scenes[@]}"; do
+    name=$(basename "$scene" .lua)
+    echo "  out/$name/"
+    echo "    filmstrip.png   moments side by side: the clip in grey, the solved pose in colour, goals marked"
+    echo "    scene.glb       the animation, for any glTF viewer"
+    echo "    metrics.json    how well each goal was met, and what it cost"
+done
