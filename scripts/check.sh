@@ -15,7 +15,14 @@ sources() { git ls-files -- '*.h' '*.c' '*.cpp'; }
 
 check_format()
 {
-    sources | xargs -r clang-format --dry-run -Werror
+    local file status=0
+    while read -r file; do
+        if ! clang-format "$file" | cmp -s - "$file"; then
+            echo "$file: not as clang-format writes it; run clang-format -i $file"
+            status=1
+        fi
+    done < <(sources)
+    return $status
 }
 
 check_includes()
@@ -39,16 +46,16 @@ check_symbols()
 {
     local plugin library shown status=0
     scripts/build.sh release limbrex_plugin limbrex_shared >/dev/null || return 1
-    plugin=$(find build/release -name liblimbrex_plugin.so)
+    plugin=$(find build/release/lib* -name liblimbrex_plugin.so)
     shown=$(nm -D --defined-only "$plugin" | awk '{ print $NF }')
     if [[ "$shown" != get_plugin_api ]]; then
-        echo "$plugin shows:" $shown
+        echo "$plugin should show get_plugin_api alone, shows: ${shown//$'\n'/ }"
         status=1
     fi
-    library=$(find build/release -name liblimbrex.so)
+    library=$(find build/release/lib* -name liblimbrex.so)
     shown=$(nm -D --defined-only "$library" | awk '{ print $NF }')
     if [[ -z "$shown" ]] || grep -qv '^LBX' <<<"$shown"; then
-        echo "$library should show LBX... alone, shows:" $(grep -v '^LBX' <<<"$shown")
+        echo "$library should show LBX... alone, shows: ${shown//$'\n'/ }"
         status=1
     fi
     return $status
@@ -62,7 +69,7 @@ check_tidy()
     log=$(mktemp)
     run-clang-tidy -quiet -j "$(nproc)" -p build/release "^$PWD/(limbrex|plugin|resources|contexts|constraints|debug|host|tools|tests|bench)/" \
         >"$log" 2>/dev/null </dev/null || status=1
-    grep -vE '^clang-tidy|^[0-9]+ warnings|^Suppressed|^Use -header-filter|^$' "$log"
+    sed -e 's/\x1b\[[0-9;]*m//g' "$log" | grep -vE '^clang-tidy|^[0-9]+ warnings|^Suppressed|^Use -header-filter|^$'
     rm -f "$log"
     return $status
 }
