@@ -14,15 +14,9 @@ constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180.0;
 constexpr double kWholeRateTolerance = 2e-4;  // keeps 29.97 apart from 30
 constexpr Vec3d kAxes[] = {{1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.0, 0.0, 1.0}};
 
-size_t axis_of(BvhChannel channel)
-{
-    return static_cast<size_t>(channel) % 3;
-}
+size_t axis_of(BvhChannel channel) { return static_cast<size_t>(channel) % 3; }
 
-Vec3d offset_of(const BvhJoint& joint)
-{
-    return {joint.offset[0], joint.offset[1], joint.offset[2]};
-}
+Vec3d offset_of(const BvhJoint& joint) { return {joint.offset[0], joint.offset[1], joint.offset[2]}; }
 
 // One joint in one frame; the offset fills the position components that have no channel.
 RigidPose joint_pose(const BvhJoint& joint, const double* values, bool positions_add)
@@ -73,7 +67,8 @@ void add_skeleton(const BvhFile& file, Asset& out)
         else { joint.name = names.take(source.name); }
         if (!source.endSite && joint.name != source.name)
         {
-            out.notes.push_back("line " + std::to_string(source.line) + ": a second joint named \"" + source.name + "\" is called \"" + joint.name + "\" here");
+            out.notes.push_back("line " + std::to_string(source.line) + ": a second joint named \"" + source.name + "\" is called \"" +
+                                joint.name + "\" here");
         }
         out.skeleton.joints.push_back(std::move(joint));
     }
@@ -93,8 +88,8 @@ void asset_from_bvh(const BvhFile& file, const std::string& clip_name, Asset& ou
     add_skeleton(file, out);
     if (file.surplusFrames > 0)
     {
-        out.notes.push_back("the file counts " + std::to_string(file.frameCount) + " frames and holds " + std::to_string(file.surplusFrames) +
-                            " more, which are left aside");
+        out.notes.push_back("the file counts " + std::to_string(file.frameCount) + " frames and holds " +
+                            std::to_string(file.surplusFrames) + " more, which are left aside");
     }
     const size_t joint_count = file.joints.size();
     Clip clip;

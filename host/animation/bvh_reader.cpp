@@ -230,7 +230,10 @@ bool read_hierarchy(Cursor& c, BvhFile& file)
     {
         const std::string_view word = next_word(c);
         if (word == "MOTION" && !file.joints.empty()) { return true; }
-        if (word != "ROOT") { return c.fail("expected \"ROOT\"" + std::string(file.joints.empty() ? "" : " or \"MOTION\"") + ", found " + quoted(word)); }
+        if (word != "ROOT")
+        {
+            return c.fail("expected \"ROOT\"" + std::string(file.joints.empty() ? "" : " or \"MOTION\"") + ", found " + quoted(word));
+        }
         if (!open_joint(c, file, open, word)) { return false; }
         while (!open.empty())
         {
@@ -258,8 +261,7 @@ bool read_motion_header(Cursor& c, BvhFile& file, size_t& frames_line)
     if (!read_labelled(c, "Frames:", frames)) { return false; }
     frames_line = c.line;
     if (frames < 0.0 || frames != std::floor(frames)) { return c.fail("the number of frames must be a whole number"); }
-    if (frames > static_cast<double>(kBvhMaxFrames) ||
-        frames * static_cast<double>(file.joints.size()) > static_cast<double>(kBvhMaxPoses))
+    if (frames > static_cast<double>(kBvhMaxFrames) || frames * static_cast<double>(file.joints.size()) > static_cast<double>(kBvhMaxPoses))
     {
         return c.fail("more frames than can be held; cut the clip");
     }
@@ -301,7 +303,8 @@ bool read_frames(Cursor& c, BvhFile& file, size_t frames_line)
         {
             if (frame < file.frameCount && file.channelCount > 0)
             {
-                return c.fail("the file ends after " + std::to_string(frame) + " of the " + said + "; correct the count or restore the rest");
+                return c.fail("the file ends after " + std::to_string(frame) + " of the " + said +
+                              "; correct the count or restore the rest");
             }
             return true;
         }

@@ -22,10 +22,7 @@ enum class BvhChannel : uint8_t
     Zrotation,
 };
 
-inline bool is_rotation(BvhChannel channel)
-{
-    return channel >= BvhChannel::Xrotation;
-}
+inline bool is_rotation(BvhChannel channel) { return channel >= BvhChannel::Xrotation; }
 
 struct BvhJoint
 {

@@ -51,9 +51,6 @@ bool import_asset(const std::string& path, const ImportOptions& options, Asset& 
     return true;
 }
 
-bool import_asset(const std::string& path, Asset& out, std::string& error)
-{
-    return import_asset(path, ImportOptions{}, out, error);
-}
+bool import_asset(const std::string& path, Asset& out, std::string& error) { return import_asset(path, ImportOptions{}, out, error); }
 
 }  // namespace limbrex_host

@@ -60,25 +60,16 @@ struct ScaleReport
     bool broken = false;  // numbers that are not finite
 };
 
-bool finite(Vec3d v)
-{
-    return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
-}
+bool finite(Vec3d v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
-Vec3d convert(const aiVector3D& v)
-{
-    return {static_cast<double>(v.x), static_cast<double>(v.y), static_cast<double>(v.z)};
-}
+Vec3d convert(const aiVector3D& v) { return {static_cast<double>(v.x), static_cast<double>(v.y), static_cast<double>(v.z)}; }
 
 Quatd convert(const aiQuaternion& q)
 {
     return normalized(Quatd{static_cast<double>(q.x), static_cast<double>(q.y), static_cast<double>(q.z), static_cast<double>(q.w)});
 }
 
-std::string convert(const aiString& text)
-{
-    return std::string(text.C_Str());
-}
+std::string convert(const aiString& text) { return std::string(text.C_Str()); }
 
 // assimp calls nameless glTF nodes "nodes[7]" after their place in the file; ours are "node_7", which is a usable name.
 std::string given_name(const aiNode& node)
@@ -219,7 +210,8 @@ void add_joints(std::vector<Node>& nodes, Asset& out, ScaleReport& report)
     for (size_t i = 0; i < nodes.size(); ++i)
     {
         Node& node = nodes[i];
-        frames[i] = below(node.parent < 0 ? ScaledFrame{} : frames[static_cast<size_t>(node.parent)], node.translation, node.rotation, node.scale);
+        frames[i] =
+            below(node.parent < 0 ? ScaledFrame{} : frames[static_cast<size_t>(node.parent)], node.translation, node.rotation, node.scale);
         if (!node.kept) { continue; }
         note_scale(node, report);
         const std::string given = given_name(*node.source);
@@ -227,7 +219,10 @@ void add_joints(std::vector<Node>& nodes, Asset& out, ScaleReport& report)
         joint.name = given.empty() ? names.generate("node_" + std::to_string(i)) : names.take(given);
         joint.parent = node.parent < 0 ? -1 : nodes[static_cast<size_t>(node.parent)].joint;
         joint.endSite = node.source->mNumChildren == 0 && !node.animated && names_a_tip(given);
-        if (!given.empty() && joint.name != given) { out.notes.push_back("a second node named \"" + given + "\" is called \"" + joint.name + "\" here"); }
+        if (!given.empty() && joint.name != given)
+        {
+            out.notes.push_back("a second node named \"" + given + "\" is called \"" + joint.name + "\" here");
+        }
         node.joint = static_cast<int32_t>(out.skeleton.joints.size());
         out.skeleton.joints.push_back(std::move(joint));
     }
@@ -278,7 +273,7 @@ double share_on_frames(const std::vector<double>& times_s, double rate)
     return static_cast<double>(std::count_if(times_s.begin(), times_s.end(), on_frame)) / static_cast<double>(times_s.size());
 }
 
-// Distance that a tenth of the successive keys stay below: exporters thin keys out, which only lengthens distances.
+// Median distance of successive keys in seconds, 0 without keys.
 double usual_step(const aiAnimation& animation, double ticks_per_second)
 {
     std::vector<double> steps;
@@ -291,14 +286,28 @@ double usual_step(const aiAnimation& animation, double ticks_per_second)
         }
     }
     if (steps.empty()) { return 0.0; }
-    const auto place = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 10);
+    const auto place = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
     std::nth_element(steps.begin(), place, steps.end());
     return *place;
 }
 
-// The rate the clip was sampled at: the lowest usual rate whose frames hold the keys, else one over the usual key distance.
-double clip_rate(const aiAnimation& animation, double ticks_per_second)
+// How a clip was sampled. The step follows the keys themselves, the rate is what it is called: keys written as 0.0083333 make
+// 120 frames a second, and sampling at 1/120 would drift off them.
+struct Sampling
 {
+    double rate;
+    double step_s;
+};
+
+// One over the usual key distance where that is a usual rate, else (keys were thinned out) the lowest usual rate whose frames
+// hold the keys.
+Sampling clip_sampling(const aiAnimation& animation, double ticks_per_second)
+{
+    const double step_s = usual_step(animation, ticks_per_second);
+    for (const double usual : kUsualRates)
+    {
+        if (std::fabs(step_s * usual - 1.0) < 0.02) { return {usual, step_s}; }
+    }
     std::vector<double> times_s;
     for (unsigned c = 0; c < animation.mNumChannels; ++c)
     {
@@ -306,13 +315,13 @@ double clip_rate(const aiAnimation& animation, double ticks_per_second)
         collect_times(channel.mPositionKeys, channel.mNumPositionKeys, ticks_per_second, times_s);
         collect_times(channel.mRotationKeys, channel.mNumRotationKeys, ticks_per_second, times_s);
     }
-    if (times_s.empty()) { return kDefaultRate; }
+    if (times_s.empty() || *std::max_element(times_s.begin(), times_s.end()) <= 0.0) { return {kDefaultRate, 1.0 / kDefaultRate}; }
     for (const double usual : kUsualRates)
     {
-        if (share_on_frames(times_s, usual) >= 0.9) { return usual; }
+        if (share_on_frames(times_s, usual) >= 0.9) { return {usual, 1.0 / usual}; }
     }
-    const double step = usual_step(animation, ticks_per_second);
-    return step >= 1.0 / kHighestRate && step <= 1.0 / kLowestRate ? 1.0 / step : kDefaultRate;
+    if (step_s >= 1.0 / kHighestRate && step_s <= 1.0 / kLowestRate) { return {1.0 / step_s, step_s}; }
+    return {kDefaultRate, 1.0 / kDefaultRate};
 }
 
 double last_key_time(const aiAnimation& animation)
@@ -327,7 +336,8 @@ double last_key_time(const aiAnimation& animation)
     return last;
 }
 
-void sample_frame(const std::vector<Node>& nodes, const std::vector<const aiNodeAnim*>& channels, double time, JointPose* out, ScaleReport& report)
+void sample_frame(const std::vector<Node>& nodes, const std::vector<const aiNodeAnim*>& channels, double time, JointPose* out,
+                  ScaleReport& report)
 {
     std::vector<ScaledFrame> frames(nodes.size());
     for (size_t i = 0; i < nodes.size(); ++i)
@@ -367,8 +377,9 @@ void add_clip(const std::vector<Node>& nodes, const aiAnimation& animation, size
     Clip clip;
     clip.name = convert(animation.mName);
     if (clip.name.empty()) { clip.name = "clip_" + std::to_string(number); }
-    clip.framesPerSecond = clip_rate(animation, ticks);
-    const double frames = std::floor(last_key_time(animation) / ticks * clip.framesPerSecond + 0.5) + 1.0;
+    const Sampling sampling = clip_sampling(animation, ticks);
+    clip.framesPerSecond = sampling.rate;
+    const double frames = std::floor(last_key_time(animation) / ticks / sampling.step_s + 0.5) + 1.0;
     const size_t joint_count = out.skeleton.joints.size();
     if (!(frames >= 1.0) || frames * static_cast<double>(joint_count) > static_cast<double>(kMaxPoses))
     {
@@ -380,7 +391,7 @@ void add_clip(const std::vector<Node>& nodes, const aiAnimation& animation, size
     const std::vector<const aiNodeAnim*> channels = channels_by_node(nodes, animation);
     for (uint32_t frame = 0; frame < clip.frameCount; ++frame)
     {
-        sample_frame(nodes, channels, frame * ticks / clip.framesPerSecond, clip.poses.data() + frame * joint_count, report);
+        sample_frame(nodes, channels, frame * sampling.step_s * ticks, clip.poses.data() + frame * joint_count, report);
     }
     for (size_t i = joint_count; i < clip.poses.size(); ++i)  // each joint on the side of its last frame, for blending
     {

@@ -17,7 +17,7 @@ constexpr double kSmallestBody_m = 1.3;
 constexpr double kTallestBody_m = 2.2;
 constexpr double kUsualBody_m = 1.72;
 constexpr double kFallbackBody_m = 1.75;
-constexpr double kAnkleToSole = 0.05;  // share of the height below the ankle
+constexpr double kAnkleToSole = 0.05;     // share of the height below the ankle
 constexpr double kHeadAboveJoint = 0.12;  // share of the height above the head joint
 
 // Metre, centimetre, inch, the public mocap library's 1/0.45 inch, decimetre, millimetre, foot.
@@ -35,10 +35,7 @@ struct BodyJoints
     bool complete() const { return head >= 0 && hands && feet.size() == 2; }
 };
 
-int32_t parent_of(const Skeleton& skeleton, int32_t joint)
-{
-    return skeleton.joints[static_cast<size_t>(joint)].parent;
-}
+int32_t parent_of(const Skeleton& skeleton, int32_t joint) { return skeleton.joints[static_cast<size_t>(joint)].parent; }
 
 double bone_length(const Skeleton& skeleton, int32_t joint)
 {
@@ -105,10 +102,7 @@ double head_tip(const Skeleton& skeleton, int32_t head)
     return tip;
 }
 
-bool plausible_body(double height_m)
-{
-    return height_m >= kSmallestBody_m && height_m <= kTallestBody_m;
-}
+bool plausible_body(double height_m) { return height_m >= kSmallestBody_m && height_m <= kTallestBody_m; }
 
 // Of the usual units that make a plausible body the one nearest to an average one; 0 when there is none.
 double usual_unit_for_body(double height)
@@ -241,14 +235,14 @@ double guess_metres_per_unit(const Skeleton& skeleton, double declared, std::vec
     }
     const double extent = largest_extent(skeleton);
     const double unit = unit_for_thing(extent, declared);
-    if (unit != (declared > 0.0 ? declared : 1.0)) { notes.push_back("unit taken as " + number(unit) + " m, which makes " + number(extent * unit) + " m in all"); }
+    if (unit != (declared > 0.0 ? declared : 1.0))
+    {
+        notes.push_back("unit taken as " + number(unit) + " m, which makes " + number(extent * unit) + " m in all");
+    }
     return unit;
 }
 
-void turn_to_y_up(Asset& asset)
-{
-    for_each_pose(asset, turn_pose, 0.0);
-}
+void turn_to_y_up(Asset& asset) { for_each_pose(asset, turn_pose, 0.0); }
 
 void scale_lengths(Asset& asset, double factor)
 {
@@ -264,8 +258,8 @@ void settle_frame_and_unit(Asset& asset, const ImportOptions& options, const Dec
         turn_to_y_up(asset);
         asset.notes.push_back("z up turned to y up");
     }
-    const double unit = options.metresPerUnit > 0.0 ? options.metresPerUnit
-                                                    : guess_metres_per_unit(asset.skeleton, declared.metresPerUnit, asset.notes);
+    const double unit =
+        options.metresPerUnit > 0.0 ? options.metresPerUnit : guess_metres_per_unit(asset.skeleton, declared.metresPerUnit, asset.notes);
     scale_lengths(asset, unit);
 }
 

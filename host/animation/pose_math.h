@@ -28,35 +28,17 @@ struct RigidPose
     Quatd rotation;
 };
 
-inline Vec3d operator+(Vec3d a, Vec3d b)
-{
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
+inline Vec3d operator+(Vec3d a, Vec3d b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
 
-inline Vec3d operator-(Vec3d a, Vec3d b)
-{
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
+inline Vec3d operator-(Vec3d a, Vec3d b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
 
-inline Vec3d operator*(Vec3d a, double s)
-{
-    return {a.x * s, a.y * s, a.z * s};
-}
+inline Vec3d operator*(Vec3d a, double s) { return {a.x * s, a.y * s, a.z * s}; }
 
-inline double dot(Vec3d a, Vec3d b)
-{
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
+inline double dot(Vec3d a, Vec3d b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 
-inline Vec3d cross(Vec3d a, Vec3d b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
+inline Vec3d cross(Vec3d a, Vec3d b) { return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x}; }
 
-inline double length(Vec3d a)
-{
-    return std::sqrt(dot(a, a));
-}
+inline double length(Vec3d a) { return std::sqrt(dot(a, a)); }
 
 // The zero vector stays zero.
 inline Vec3d normalized(Vec3d a)
@@ -65,20 +47,11 @@ inline Vec3d normalized(Vec3d a)
     return n > 0.0 ? a * (1.0 / n) : Vec3d{};
 }
 
-inline double dot(const Quatd& a, const Quatd& b)
-{
-    return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
-}
+inline double dot(const Quatd& a, const Quatd& b) { return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w; }
 
-inline Quatd operator-(const Quatd& q)
-{
-    return {-q.x, -q.y, -q.z, -q.w};
-}
+inline Quatd operator-(const Quatd& q) { return {-q.x, -q.y, -q.z, -q.w}; }
 
-inline Quatd conjugate(const Quatd& q)
-{
-    return {-q.x, -q.y, -q.z, q.w};
-}
+inline Quatd conjugate(const Quatd& q) { return {-q.x, -q.y, -q.z, q.w}; }
 
 // A quaternion without length becomes the identity.
 inline Quatd normalized(const Quatd& q)
@@ -154,20 +127,14 @@ inline Quatd to_quatd(const std::array<float, 4>& q)
     return {static_cast<double>(q[0]), static_cast<double>(q[1]), static_cast<double>(q[2]), static_cast<double>(q[3])};
 }
 
-inline std::array<float, 3> to_floats(Vec3d v)
-{
-    return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
-}
+inline std::array<float, 3> to_floats(Vec3d v) { return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)}; }
 
 inline std::array<float, 4> to_floats(const Quatd& q)
 {
     return {static_cast<float>(q.x), static_cast<float>(q.y), static_cast<float>(q.z), static_cast<float>(q.w)};
 }
 
-inline RigidPose to_rigid(const JointPose& pose)
-{
-    return {to_vec3d(pose.translation), normalized(to_quatd(pose.rotation))};
-}
+inline RigidPose to_rigid(const JointPose& pose) { return {to_vec3d(pose.translation), normalized(to_quatd(pose.rotation))}; }
 
 // World poses of one frame of local poses (joint-count of them), scales left aside.
 inline std::vector<RigidPose> world_poses(const Skeleton& skeleton, const JointPose* locals)
