@@ -28,3 +28,7 @@ if(pkg_config)
     set(ENV{LD_LIBRARY_PATH} ${libdir})
     run(${consumer}/consumer_pc)
 endif()
+
+if(EXISTS ${prefix}/bin/limbrex)
+    run(${prefix}/bin/limbrex --help OUTPUT_QUIET)
+endif()
