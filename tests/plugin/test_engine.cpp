@@ -1,0 +1,422 @@
+#include "tests/plugin/test_engine.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "gtest/gtest.h"
+
+namespace test_engine
+{
+
+namespace
+{
+
+// The services are plain functions, so the one engine of a test is found here.
+Engine* g_engine = nullptr;
+
+struct Call
+{
+    std::vector<Value> arguments;
+    std::vector<Value> results;
+    std::vector<Vec3> vectors;
+};
+
+Call& call_of(ScriptState* state) { return *reinterpret_cast<Call*>(state); }
+
+const Value& argument_of(ScriptState* state, int argument)
+{
+    static const Value kNothing = Nil();
+    const Call& call = call_of(state);
+    return argument >= 1 && static_cast<size_t>(argument) <= call.arguments.size() ? call.arguments[static_cast<size_t>(argument) - 1]
+                                                                                   : kNothing;
+}
+
+EngineUnit* unit_of(Unit* unit) { return reinterpret_cast<EngineUnit*>(unit); }
+Unit* handle_of(EngineUnit* unit) { return reinterpret_cast<Unit*>(unit); }
+EngineUnit* unit_of(NodeTree* tree) { return reinterpret_cast<EngineUnit*>(tree); }
+World* handle_of(EngineWorld* world) { return reinterpret_cast<World*>(world); }
+
+double number_of(const Value& value)
+{
+    if (const double* number = std::get_if<double>(&value)) return *number;
+    if (const int* integer = std::get_if<int>(&value)) return *integer;
+    return 0.0;
+}
+
+int integer_of(const Value& value)
+{
+    const double number = number_of(value);
+    if (!(number >= -2147483647.0)) return -2147483647;
+    return number <= 2147483647.0 ? static_cast<int>(number) : 2147483647;
+}
+
+}  // namespace
+
+// What get_api answers with. Engine's privates are open to it.
+struct Services
+{
+    static void* allocate(void* /*allocator*/, size_t size, size_t alignment)
+    {
+        Engine& engine = *g_engine;
+        if (engine.allocationsLeft_ == 0) return nullptr;
+        if (engine.allocationsLeft_ != SIZE_MAX) --engine.allocationsLeft_;
+        ++engine.allocations_;
+        const size_t place = alignment < sizeof(void*) ? sizeof(void*) : alignment;
+        void* block = std::aligned_alloc(place, (size + place - 1) / place * place);
+        // Whatever the plugin does not initialize shows.
+        std::memset(block, 0xCD, size);
+        engine.blocks_[block] = size;
+        return block;
+    }
+
+    static void deallocate(void* /*allocator*/, void* block)
+    {
+        if (!block) return;
+        EXPECT_EQ(g_engine->blocks_.erase(block), 1u) << "a block that is not allocated was given back";
+        std::free(block);
+    }
+
+    static void register_function(const char* space, const char* name, ScriptFunction function)
+    {
+        EXPECT_STREQ(space, "Limbrex");
+        EXPECT_TRUE(g_engine->functions_.emplace(name, function).second) << name;
+        g_engine->functionNames_.emplace_back(name);
+    }
+
+    static const void* resource(uint64_t name)
+    {
+        const auto found = g_engine->resources_.find(name);
+        return found == g_engine->resources_.end() ? nullptr : found->second.data();
+    }
+
+    static void log(const char* level, const char* system, const char* text)
+    {
+        EXPECT_STREQ(system, "limbrex plugin");
+        g_engine->log_.push_back(std::string(level) + ": " + text);
+    }
+
+    static Unit* resolve(uint32_t reference_id)
+    {
+        for (const auto& unit : g_engine->units_)
+        {
+            if (unit->referenceId == reference_id) return handle_of(unit.get());
+        }
+        return nullptr;
+    }
+
+    static bool isAlive(const EngineUnit* candidate)
+    {
+        for (const auto& unit : g_engine->units_)
+        {
+            if (unit.get() == candidate) return true;
+        }
+        return false;
+    }
+};
+
+namespace
+{
+
+EngineUnit* unit_argument(ScriptState* state, int argument)
+{
+    EngineUnit* const* unit = std::get_if<EngineUnit*>(&argument_of(state, argument));
+    return unit && Services::isAlive(*unit) ? *unit : nullptr;
+}
+
+template <class T>
+void push(ScriptState* state, T value)
+{
+    call_of(state).results.emplace_back(std::in_place_type<T>, value);
+}
+
+HostScriptService script_service()
+{
+    HostScriptService service = {};
+    service.register_function = Services::register_function;
+    service.is_unit = [](ScriptState* s, int a) { return std::holds_alternative<EngineUnit*>(argument_of(s, a)) ? 1 : 0; };
+    service.number = [](ScriptState* s, int a) { return number_of(argument_of(s, a)); };
+    service.integer = [](ScriptState* s, int a) { return integer_of(argument_of(s, a)); };
+    service.boolean = [](ScriptState* s, int a)
+    {
+        const bool* flag = std::get_if<bool>(&argument_of(s, a));
+        return flag && *flag ? 1 : 0;
+    };
+    service.string = [](ScriptState* s, int a, size_t* length) -> const char*
+    {
+        const std::string* text = std::get_if<std::string>(&argument_of(s, a));
+        *length = text ? text->size() : 0;
+        return text ? text->c_str() : nullptr;
+    };
+    service.index = [](ScriptState* s, int a) { return integer_of(argument_of(s, a)) - 1; };
+    service.vector = [](ScriptState* s, int a)
+    {
+        static const Vec3 kZero = {};
+        const Vec3* vector = std::get_if<Vec3>(&argument_of(s, a));
+        return vector ? vector->data() : kZero.data();
+    };
+    service.unit = [](ScriptState* s, int a) { return handle_of(unit_argument(s, a)); };
+    service.push_number = [](ScriptState* s, double v) { push<double>(s, v); };
+    service.push_integer = [](ScriptState* s, int v) { push<int>(s, v); };
+    service.push_index = [](ScriptState* s, int v) { push<int>(s, v + 1); };
+    service.push_string = [](ScriptState* s, const char* v) { push<std::string>(s, v); };
+    service.push_boolean = [](ScriptState* s, int v) { push<bool>(s, v != 0); };
+    service.push_vector = [](ScriptState* s, const float* v) { push<Vec3>(s, Vec3{v[0], v[1], v[2]}); };
+    service.push_quaternion = [](ScriptState* s, const float* v) { push<Quat4>(s, Quat4{v[0], v[1], v[2], v[3]}); };
+    return service;
+}
+
+HostResourceService resource_service()
+{
+    HostResourceService service = {};
+    service.release_type = [](const char*) {};
+    service.has = [](const char* type, const char* name)
+    { return std::string(type) == "character" && Services::resource(name_key(name)) ? 1 : 0; };
+    service.get = [](const char* type, const char* name)
+    { return std::string(type) == "character" ? Services::resource(name_key(name)) : nullptr; };
+    service.has_key = [](uint64_t type, uint64_t name) { return type == name_key("character") && Services::resource(name) ? 1 : 0; };
+    service.get_key = [](uint64_t type, uint64_t name) { return type == name_key("character") ? Services::resource(name) : nullptr; };
+    return service;
+}
+
+HostUnitService unit_service()
+{
+    HostUnitService service = {};
+    service.node_tree = [](Unit* unit) { return reinterpret_cast<NodeTree*>(unit); };
+    service.reference_id = [](Unit* unit) { return unit_of(unit)->referenceId; };
+    service.physics_actor = [](Unit*) -> PhysicsActor* { return nullptr; };
+    service.collision_filter = [](PhysicsActor*) -> const void* { return nullptr; };
+    service.resource_name = [](Unit* unit) { return unit_of(unit)->resourceName; };
+    service.world = [](Unit* unit) { return handle_of(unit_of(unit)->world); };
+    return service;
+}
+
+HostNodeTreeService node_tree_service()
+{
+    HostNodeTreeService service = {};
+    service.world_poses = [](NodeTree* tree, uint32_t first) { return unit_of(tree)->worldPoses.data() + 16 * first; };
+    service.local_poses = [](NodeTree* tree, uint32_t first) { return unit_of(tree)->localPoses.data() + first; };
+    service.node_count = [](NodeTree* tree) { return static_cast<uint32_t>(unit_of(tree)->localPoses.size()); };
+    service.name_hashes = [](NodeTree* tree) -> const uint32_t* { return unit_of(tree)->nameHashes.data(); };
+    service.changed_flags = [](NodeTree* tree) { return &unit_of(tree)->changedFlags; };
+    return service;
+}
+
+HostMemoryService memory_service()
+{
+    HostMemoryService service = {};
+    service.make_allocator = [](const char*) -> void* { return g_engine; };
+    service.destroy_allocator = [](void*) {};
+    service.allocate = Services::allocate;
+    service.deallocate = Services::deallocate;
+    return service;
+}
+
+HostLogService log_service()
+{
+    HostLogService service = {};
+    service.info = [](const char* system, const char* text) { Services::log("info", system, text); };
+    service.warning = [](const char* system, const char* text) { Services::log("warning", system, text); };
+    service.error = [](const char* system, const char* text) { Services::log("error", system, text); };
+    return service;
+}
+
+void* get_api(uint32_t service_id)
+{
+    static HostScriptService script = script_service();
+    static HostCompilerRegistry compilers = {};
+    static HostMemoryService memory = memory_service();
+    static HostResourceService resources = resource_service();
+    static HostLogService log = log_service();
+    static HostUnitService units = unit_service();
+    static HostNodeTreeService node_trees = node_tree_service();
+    static HostUnitHandleService handles = {Services::resolve};
+    static HostWorldService worlds = {};
+    compilers.register_compiler = [](const char*, int32_t, CompileFunction) {};
+    compilers.declare_type = [](const char*) {};
+    worlds.drawing_context = [](World*) -> DrawingContext* { return nullptr; };
+    worlds.register_update = [](World* world, WorldUpdateFunction update) { reinterpret_cast<EngineWorld*>(world)->update = update; };
+    switch (service_id)
+    {
+    case kHostScriptServiceId: return &script;
+    case kHostCompilerRegistryId: return &compilers;
+    case kHostMemoryServiceId: return &memory;
+    case kHostResourceServiceId: return &resources;
+    case kHostLogServiceId: return &log;
+    case kHostUnitServiceId: return &units;
+    case kHostNodeTreeServiceId: return &node_trees;
+    case kHostUnitHandleServiceId: return &handles;
+    case kHostWorldServiceId: return &worlds;
+    default: return nullptr;  // no rays, no lines
+    }
+}
+
+void set_rotation(LocalPose& pose, const Quat4& q)
+{
+    const auto [x, y, z, w] = q;
+    const float rows[9] = {1 - 2 * (y * y + z * z), 2 * (x * y + w * z),     2 * (x * z - w * y),
+                           2 * (x * y - w * z),     1 - 2 * (x * x + z * z), 2 * (y * z + w * x),
+                           2 * (x * z + w * y),     2 * (y * z - w * x),     1 - 2 * (x * x + y * y)};
+    std::copy_n(rows, 9, pose.rotation);
+}
+
+}  // namespace
+
+uint64_t name_key(const std::string& name)
+{
+    const uint64_t m = 0xC6A4A7935BD1E995ull;
+    uint64_t h = name.size() * m;
+    size_t i = 0;
+    for (; i + 8 <= name.size(); i += 8)
+    {
+        uint64_t k;
+        std::memcpy(&k, name.data() + i, 8);
+        k *= m;
+        k ^= k >> 47;
+        k *= m;
+        h = (h ^ k) * m;
+    }
+    if (i < name.size())
+    {
+        for (size_t b = 0; i + b < name.size(); ++b) h ^= static_cast<uint64_t>(static_cast<uint8_t>(name[i + b])) << (8 * b);
+        h *= m;
+    }
+    h = (h ^ (h >> 47)) * m;
+    return h ^ (h >> 47);
+}
+
+void EngineUnit::place(const Vec3& position, const Quat4& rotation)
+{
+    set_rotation(localPoses[0], rotation);
+    std::copy_n(position.data(), 3, localPoses[0].translation);
+    propagate();
+}
+
+// Row vectors: world = local * parent's world. Scales stay one.
+void EngineUnit::propagate()
+{
+    for (size_t i = 0; i < localPoses.size(); ++i)
+    {
+        const LocalPose& local = localPoses[i];
+        static const float kIdentity[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+        const float* parent = parents[i] < 0 ? kIdentity : &worldPoses[16 * static_cast<size_t>(parents[i])];
+        float* world = &worldPoses[16 * i];
+        for (size_t row = 0; row < 4; ++row)
+        {
+            const float* from = row < 3 ? local.rotation + 3 * row : local.translation;
+            for (size_t k = 0; k < 3; ++k)
+            {
+                world[4 * row + k] =
+                    from[0] * parent[k] + from[1] * parent[4 + k] + from[2] * parent[8 + k] + (row == 3 ? parent[12 + k] : 0.0f);
+            }
+            world[4 * row + 3] = row == 3 ? 1.0f : 0.0f;
+        }
+    }
+}
+
+Engine::Engine()
+{
+    g_engine = this;
+    library_ = dlopen(LIMBREX_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+    if (!library_)
+    {
+        ADD_FAILURE() << dlerror();
+        std::abort();
+    }
+    auto* entry = reinterpret_cast<void* (*)(uint32_t)>(dlsym(library_, "get_plugin_api"));
+    hooks_ = static_cast<PluginHookTable*>(entry(0));
+    hooks_->setup_resource_types(get_api);
+    hooks_->begin_gameplay(get_api);
+}
+
+Engine::~Engine()
+{
+    allocationsLeft_ = SIZE_MAX;
+    hooks_->end_gameplay();
+    hooks_->shutdown_resource_types(get_api);
+    EXPECT_EQ(blocks_.size(), 0u) << "blocks still allocated after gameplay";
+    dlclose(library_);
+    g_engine = nullptr;
+}
+
+EngineWorld& Engine::addWorld()
+{
+    worlds_.push_back(std::make_unique<EngineWorld>());
+    hooks_->world_added(handle_of(worlds_.back().get()));
+    return *worlds_.back();
+}
+
+void Engine::addResource(const std::string& name, std::vector<uint8_t> bytes) { resources_[name_key(name)] = std::move(bytes); }
+
+EngineUnit& Engine::spawn(EngineWorld& world, const std::vector<NodeSpec>& nodes, const std::string& resource_name)
+{
+    units_.push_back(std::make_unique<EngineUnit>());
+    EngineUnit& unit = *units_.back();
+    for (const NodeSpec& node : nodes)
+    {
+        LocalPose pose = {};
+        set_rotation(pose, {0, 0, 0, 1});
+        std::copy_n(node.offset.data(), 3, pose.translation);
+        std::fill_n(pose.scale, 3, 1.0f);
+        unit.localPoses.push_back(pose);
+        unit.parents.push_back(node.parent);
+        unit.nameHashes.push_back(node_hash(node.name));
+    }
+    unit.worldPoses.resize(16 * nodes.size());
+    unit.changedWords.assign(nodes.size() / 32 + 1, 0);
+    unit.changedFlags.words = unit.changedWords.data();
+    unit.resourceName = name_key(resource_name);
+    unit.referenceId = nextReferenceId_++;
+    unit.world = &world;
+    unit.propagate();
+    Unit* handle = handle_of(&unit);
+    hooks_->on_units_created(&handle, 1);
+    return unit;
+}
+
+void Engine::deleteUnit(EngineUnit& unit)
+{
+    for (auto it = units_.begin(); it != units_.end(); ++it)
+    {
+        if (it->get() != &unit) continue;
+        deletedUnits_.push_back(std::move(*it));
+        units_.erase(it);
+        Unit* handle = handle_of(&unit);
+        hooks_->on_units_removed(&handle, 1);
+        return;
+    }
+}
+
+void Engine::update(EngineWorld& world, float step_s)
+{
+    for (const auto& unit : units_)
+    {
+        unit->propagate();
+        unit->clearChanged();
+    }
+    world.update(handle_of(&world), step_s);
+}
+
+std::vector<Value> Engine::call(const std::string& function, std::initializer_list<Value> arguments)
+{
+    const auto found = functions_.find(function);
+    if (found == functions_.end())
+    {
+        ADD_FAILURE() << "no script function " << function;
+        return {};
+    }
+    Call call = {arguments, {}, {}};
+    const int results = found->second(reinterpret_cast<ScriptState*>(&call));
+    EXPECT_EQ(static_cast<size_t>(results), call.results.size()) << function;
+    return call.results;
+}
+
+std::vector<std::string> Engine::takeLog()
+{
+    std::vector<std::string> taken;
+    taken.swap(log_);
+    return taken;
+}
+
+}  // namespace test_engine
