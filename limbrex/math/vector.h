@@ -11,6 +11,8 @@ inline constexpr float kHalfPi = 1.5707964f;
 inline constexpr float kDegToRad = 0.017453292f;
 inline constexpr float kRadToDeg = 57.29578f;
 
+inline float min_of(float a, float b) { return a < b ? a : b; }
+inline float max_of(float a, float b) { return a > b ? a : b; }
 inline float clampf(float v, float low, float high) { return v < low ? low : (v > high ? high : v); }
 inline float clamp01(float v) { return clampf(v, 0.0f, 1.0f); }
 

@@ -54,15 +54,30 @@ inline Vec4 position(const Solve& solve, int slot) { return solve.nodes[slot].gl
 // True when it changed. The nodes below are the caller's to update.
 bool enforce_limit(const Solve& solve, int slot);
 
-// The global rotation becomes q: local recomputed, limit held. The nodes below are the caller's to update.
+// Local rotation of a node that turned in place: its local translation is what it was.
+inline void update_local_rotation(const Solve& solve, int slot)
+{
+    const int parent = solve.parents[slot];
+    const Quat q = solve.nodes[slot].global.q;
+    solve.nodes[slot].local.q = parent >= 0 ? quat_mul(conjugate(solve.nodes[parent].global.q), q) : q;
+}
+// The global rotation becomes the unit quaternion q: local recomputed, limit held. The nodes below are the caller's to update.
 inline void set_rotation(const Solve& solve, int slot, Quat q)
 {
-    solve.nodes[slot].global.q = normalize_quat(q);
-    update_local(solve, slot);
+    solve.nodes[slot].global.q = q;
+    update_local_rotation(solve, slot);
     enforce_limit(solve, slot);
 }
-// The global rotation is pre-multiplied by a turn: local recomputed, limit held.
-inline void turn_node(const Solve& solve, int slot, Quat turn) { set_rotation(solve, slot, quat_mul(turn, solve.nodes[slot].global.q)); }
+inline bool turns_nothing(Quat turn) { return (mask_bits(equal4(turn, zero4())) & 7) == 7; }
+// The global rotation is pre-multiplied by a turn: local recomputed, limit held. False when the turn is none and nothing was touched, so that a
+// pose that needs no turn keeps its bits. The nodes below are the caller's to update.
+inline bool turn_node(const Solve& solve, int slot, Quat turn)
+{
+    if (turns_nothing(turn))
+        return false;
+    set_rotation(solve, slot, normalize_quat(quat_mul(turn, solve.nodes[slot].global.q)));
+    return true;
+}
 
 // ---- chains and subtrees --------------------------------------------------------------------------------------------------------
 
@@ -76,7 +91,11 @@ inline void update_descendants(const Solve& solve, int slot)
 }
 // Globals along the path from below `from` down to `to`, which must hang under it. Nothing happens for absent slots.
 void update_path(const Solve& solve, int from, int to);
-// Globals of the spine nodes above Spine, Spine's own first when wanted.
-void update_spine_chain(const Solve& solve);
+// Globals of the spine above its bottom node and of the shoulders down to the arms: all that the body steps read of the upper body.
+void update_above_spine(const Solve& solve);
+// Globals of both up legs and, with them, the bottom of the spine: what hangs on the hips.
+void update_around_hips(const Solve& solve);
+// Both of the above.
+void update_body(const Solve& solve);
 
 }  // namespace lbx

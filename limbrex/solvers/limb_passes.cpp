@@ -1,0 +1,136 @@
+#include "limbrex/solvers/limb_passes.h"
+
+#include "limbrex/solvers/limb_extension.h"
+#include "limbrex/solvers/limb_plane.h"
+#include "limbrex/solvers/limb_twist.h"
+
+namespace lbx
+{
+namespace
+{
+
+// Of the limb's length: an end this near its target stands on it. Bending a nearly straight limb by rounding noise would turn it visibly.
+constexpr float kMet = 1e-6f;
+
+BendPlane current_plane(const LimbChain& chain)
+{
+    return bend_plane(bend_axis(chain), at(chain, chain.upper), at(chain, chain.middle), at(chain, chain.end));
+}
+
+// Opens or closes the middle joint about its axis so that the end stands as far from the upper joint as the target does.
+void bend_to_distance(const LimbChain& chain, float distance)
+{
+    const BendPlane plane = current_plane(chain);
+    const float square = distance * distance - plane.along * plane.along;
+    const float chord = min_of(sqrt_scalar(max_of(square, 0.0f)), plane.a + plane.b);
+    if (plane.a <= 0.0f || plane.b <= 0.0f)
+        return;
+    turn_joint(chain, chain.middle, quat_from_axis_angle(plane.axis, plane.angle - interior_angle(plane, chord)));
+}
+
+// Aim, bend, aim: the two bones bring the end onto a point.
+void reach_with_end(const LimbChain& chain, Vec4 target)
+{
+    const Vec4 root = at(chain, chain.upper);
+    const float reach = distance3(at(chain, chain.middle), root) + distance3(at(chain, chain.end), at(chain, chain.middle));
+    if (distance3(target, at(chain, chain.end)) <= kMet * reach)
+        return;
+    aim_joint(chain, chain.upper, at(chain, chain.end), target);
+    bend_to_distance(chain, distance3(target, root));
+    aim_joint(chain, chain.upper, at(chain, chain.end), target);
+}
+
+void aim_end_at_extremity_goal(const LimbChain& chain)
+{
+    if (chain.extremity < 0 || chain.extremityGoal.reachT <= 0.0f)
+        return;
+    const Vec4 tip = at(chain, chain.extremity);
+    aim_joint(chain, chain.end, tip, lerp4(tip, chain.extremityGoal.t, chain.extremityGoal.reachT));
+}
+
+SoftExtension soft_extension(const LimbChain& chain)
+{
+    return {chain.maximumExtension, chain.middleGoal.resist, chain.solve.effectors.retargetFlag == 1};
+}
+
+float longest(const LimbChain& chain) { return length_at_maximum_extension(chain.solve, chain.record, chain.maximumExtensionAngle); }
+
+// Opens the middle joint so that the extremity, rigid with the lower segment, stands as far from the upper joint as its target does: the law of
+// cosines with the bone from the middle joint to the extremity. Returns where that turn brings the end.
+Vec4 end_for_extremity(const LimbChain& chain, Vec4 target)
+{
+    const Vec4 root = at(chain, chain.upper);
+    const BendPlane whole = bend_plane(bend_axis(chain), root, at(chain, chain.middle), at(chain, chain.extremity));
+    const float distance = distance3(target, root);
+    const float square = distance * distance - whole.along * whole.along;
+    const float chord = min_of(sqrt_scalar(max_of(square, 0.0f)), whole.a + whole.b);
+    const Quat opening = quat_from_axis_angle(whole.axis, whole.angle - interior_angle(whole, chord));
+    return at(chain, chain.middle) + rotate(opening, at(chain, chain.end) - at(chain, chain.middle));
+}
+
+}  // namespace
+
+void end_pass(const LimbChain& chain)
+{
+    const Vec4 root = at(chain, chain.upper);
+    const Vec4 softened = soften_target(root, at(chain, chain.end), chain.endGoal.t, longest(chain), soft_extension(chain));
+    const Vec4 target = lerp4(at(chain, chain.end), softened, chain.endGoal.reachT);
+    reach_with_end(chain, target);
+    turn_plane_to_middle_goal(chain);
+    for (int again = 0; again < 2 && yields_to_forearm_twist(chain); ++again)
+    {
+        spend_forearm_twist(chain);
+        reach_with_end(chain, target);
+        turn_plane_to_middle_goal(chain);
+    }
+    orient_joint(chain, chain.end, chain.endGoal, false);
+    aim_end_at_extremity_goal(chain);
+}
+
+void middle_pass(const LimbChain& chain)
+{
+    const Vec4 middle_target = lerp4(at(chain, chain.middle), chain.middleGoal.t, chain.middleGoal.reachT);
+    // The end travels with the middle joint, so that the lower segment keeps its direction, and toward its own goal as far as it reaches.
+    const Vec4 carried = at(chain, chain.end) + (middle_target - at(chain, chain.middle));
+    const Vec4 end_target = lerp4(carried, chain.endGoal.t, chain.endGoal.reachT);
+    const Vec4 root = at(chain, chain.upper);
+
+    aim_joint(chain, chain.upper, at(chain, chain.middle), middle_target);
+    bend_to_distance(chain, distance3(end_target, root));
+    // The middle joint stands on its target; what is left is a twist about the upper segment, which brings the end toward its own.
+    const Vec4 along = normalize3(at(chain, chain.middle) - root);
+    turn_joint(chain, chain.upper, shortest_arc(reject3(at(chain, chain.end) - root, along), reject3(end_target - root, along)));
+    orient_joint(chain, chain.end, chain.endGoal, false);
+    aim_end_at_extremity_goal(chain);
+}
+
+void extremity_pass(const LimbChain& chain)
+{
+    const Vec4 root = at(chain, chain.upper);
+    const float tail = distance3(at(chain, chain.extremity), at(chain, chain.end));
+    orient_joint(chain, chain.end, chain.endGoal, false);
+    const Vec4 softened =
+        soften_target(root, at(chain, chain.extremity), chain.extremityGoal.t, longest(chain) + tail, soft_extension(chain));
+    const Vec4 target = lerp4(at(chain, chain.extremity), softened, chain.extremityGoal.reachT);
+
+    if (distance3(target, at(chain, chain.extremity)) > kMet * (tail + distance3(at(chain, chain.end), root)))
+    {
+        aim_joint(chain, chain.upper, at(chain, chain.extremity), target);
+        bend_to_distance(chain, distance3(end_for_extremity(chain, target), root));
+        aim_joint(chain, chain.upper, at(chain, chain.extremity), target);
+    }
+    turn_plane_to_middle_goal(chain);
+    if (chain.endGoal.reachR > 0.0f)
+    {
+        // Turning the end to its goal has moved the extremity off its own: the two bones bring it back with the end's orientation held.
+        orient_joint(chain, chain.end, chain.endGoal, false);
+        const Quat orientation = chain.solve.nodes[chain.end].global.q;
+        reach_with_end(chain, target - (at(chain, chain.extremity) - at(chain, chain.end)));
+        chain.solve.nodes[chain.end].global.q = orientation;
+        update_local_rotation(chain.solve, chain.end);
+        follow(chain, chain.end);
+    }
+    aim_joint(chain, chain.end, at(chain, chain.extremity), target);
+}
+
+}  // namespace lbx

@@ -1,0 +1,137 @@
+#include "limbrex/solvers/limb_reach.h"
+
+#include "limbrex/solvers/limb_extension.h"
+
+namespace lbx
+{
+namespace
+{
+
+Vec4 property_lanes(const LBXPropertySet& properties, int32_t LimbRow::*property)
+{
+    float v[kLimbCount];
+    for (size_t i = 0; i < kLimbs.size(); ++i)
+        v[i] = value_of(properties, record_of_property(kLimbs[i].*property));
+    return load4(v);
+}
+
+// Factor by which a limb may still be stretched; 1 while its stretching step is off.
+float stretch_factor(const Solve& solve, const LimbRow& row)
+{
+    if (!(solve.mask & row.stretchBit))
+        return 1.0f;
+    const float stop = value_of(solve.properties, record::StretchStopArmsAndLegs);
+    return 1.0f + (stop - 1.0f) * value_of(solve.properties, record_of_property(row.stretchReach));
+}
+
+struct LimbLengths
+{
+    float current, maximum;
+};
+
+LimbLengths limb_lengths(const Solve& solve, int limb, float share_m, float share_e, float share_x)
+{
+    const LimbRecord& record = solve.character.limbs[limb];
+    const LimbRow& row = kLimbs[static_cast<size_t>(limb)];
+    const Vec4 upper = position(solve, record.slots[kLimbUpper]);
+    const Vec4 end = position(solve, record.slots[kLimbEnd]);
+    const float to_middle = distance3(position(solve, record.slots[kLimbMiddle]), upper);
+    const bool tip = record.slots[kLimbExtremity] >= 0;
+    const Vec4 extremity = tip ? position(solve, record.slots[kLimbExtremity]) : end;
+    const float longest = length_at_maximum_extension(solve, record, value_of(solve.properties, record_of_property(row.maximumExtensionAngle)));
+    const float stretch = stretch_factor(solve, row);
+    return {share_m * to_middle + share_e * distance3(end, upper) + share_x * distance3(extremity, upper),
+            share_m * to_middle + share_e * stretch * longest + share_x * stretch * (longest + distance3(extremity, end))};
+}
+
+}  // namespace
+
+Vec4 smooth_excess(const ExcessCurve& curve, Vec4 d)
+{
+    const Vec4 one = splat(1.0f);
+    const Vec4 lc = curve.current;
+    const Vec4 lm = max4(curve.maximum, lc);
+    const Vec4 w = curve.weight;
+    const Vec4 x0 = lm - (lm - lc) * w;
+    const Vec4 y0 = (x0 - lc) * w;
+    const Vec4 x1 = ((lm - x0) * splat(1.5f) + x0) * (one - w) + w * lm;
+    const Vec4 s = x1 - x0;
+    const Vec4 y3 = (x1 - lm) * (one - w) + (x1 - lc) * w;
+    const Vec4 y1 = w * s * splat(1.0f / 3.0f) + y0;
+    const Vec4 y2 = y3 - s * splat(1.0f / 3.0f);
+
+    const Vec4 below = less_equal4(d, x0);
+    const Vec4 above = less_equal4(x1, d);
+    const Vec4 no_span = less_equal4(s, zero4());
+    const Vec4 u = andnot4(no_span, (d - x0) / select4(no_span, one, s));
+    const auto mix = [&](Vec4 a, Vec4 b) { return a + (b - a) * u; };
+    const Vec4 a = mix(y0, y1);
+    const Vec4 b = mix(y1, y2);
+    const Vec4 c = mix(y2, y3);
+    const Vec4 between = mix(mix(a, b), mix(b, c));
+
+    const Vec4 low = (d - lc) * w;
+    const Vec4 high = (d - lm) * (one - w) + low;
+    return select4(below, low, select4(above, high, between)) * curve.scale;
+}
+
+LimbReach limb_reach(const Solve& solve)
+{
+    LimbReach reach;
+    reach.shares = limb_shares(solve);
+    const LimbShares& shares = reach.shares;
+    const Vec4 held_middle = min4(max4(shares.middle, zero4()), splat(1.0f));
+    reach.stiffness = held_middle + (splat(1.0f) - held_middle) * shares.resistMiddle;
+    reach.compression = property_lanes(solve.properties, &LimbRow::compression);
+    reach.targetWeight = shares.middle + shares.end + shares.extremity;
+
+    float current[kLimbCount] = {};
+    float maximum[kLimbCount] = {};
+    Vec4 targets[kLimbCount];
+    for (int limb = 0; limb < kLimbCount; ++limb)
+    {
+        const LimbRecord& record = solve.character.limbs[limb];
+        const LimbRow& row = kLimbs[static_cast<size_t>(limb)];
+        const float share_m = of_limb(shares.middle, limb);
+        const float share_e = of_limb(shares.end, limb);
+        const float share_x = of_limb(shares.extremity, limb);
+        targets[limb] = solve.effectors.targets[row.middleEffector].t * share_m + solve.effectors.targets[row.endEffector].t * share_e +
+                        solve.effectors.targets[row.extremityEffector].t * share_x;
+        reach.upper[limb] = record.complete() ? record.slots[kLimbUpper] : -1;
+        if (reach.upper[limb] < 0 || share_m + share_e + share_x == 0.0f)
+            continue;
+        const LimbLengths lengths = limb_lengths(solve, limb, share_m, share_e, share_x);
+        current[limb] = lengths.current;
+        maximum[limb] = lengths.maximum;
+    }
+    transpose4(targets[0], targets[1], targets[2], targets[3]);
+    reach.targetX = targets[0];
+    reach.targetY = targets[1];
+    reach.targetZ = targets[2];
+    reach.currentLength = load4(current);
+    reach.maximumLength = load4(maximum);
+    return reach;
+}
+
+PullVectors pull_vectors(const Solve& solve, const LimbReach& reach, Vec4 stiffness)
+{
+    Vec4 u[kLimbCount];
+    for (int limb = 0; limb < kLimbCount; ++limb)
+        u[limb] = position(solve, reach.upper[limb]);  // the spare entry where the limb is missing: its shares are 0
+    transpose4(u[0], u[1], u[2], u[3]);
+    const Vec4 vx = reach.targetX - u[0] * reach.targetWeight;
+    const Vec4 vy = reach.targetY - u[1] * reach.targetWeight;
+    const Vec4 vz = reach.targetZ - u[2] * reach.targetWeight;
+    const Vec4 square = vx * vx + vy * vy + vz * vz;
+    const Vec4 inverse = reciprocal_sqrt4(square);
+    const Vec4 distance = square * inverse;
+
+    const Vec4 folded = less4(distance, reach.currentLength);
+    const Vec4 weight = stiffness * select4(folded, reach.compression, splat(1.0f));
+    const Vec4 scale = smooth_excess({reach.currentLength, reach.maximumLength, weight, reach.shares.pull}, distance) * inverse;
+    PullVectors pull = {{vx * scale, vy * scale, vz * scale, zero4()}};
+    transpose4(pull.limb[0], pull.limb[1], pull.limb[2], pull.limb[3]);
+    return pull;
+}
+
+}  // namespace lbx

@@ -1,0 +1,40 @@
+// What the limbs want of the body: how far each goal lies beyond its limb, as vectors. The four limbs are the four lanes (left leg, right leg, left arm,
+// right arm).
+#pragma once
+
+#include "limbrex/solvers/limb_shares.h"
+
+namespace lbx
+{
+
+// Excess of a distance over what a limb bridges by itself. Linear with slope `weight` while the limb only gives way, linear with slope 1 once it is fully
+// extended, joined by a cubic with matching slopes. weight 1 pulls by all beyond the current length, weight 0 by what lies beyond the maximum.
+struct ExcessCurve
+{
+    Vec4 current, maximum;  // lengths; a maximum below the current length counts as equal to it
+    Vec4 weight;
+    Vec4 scale;
+};
+Vec4 smooth_excess(const ExcessCurve& curve, Vec4 distance);
+
+// Fixed for a whole body pull.
+struct LimbReach
+{
+    LimbShares shares;
+    Vec4 stiffness;          // 0 to 1
+    Vec4 currentLength, maximumLength;
+    Vec4 compression;        // how much of the push a folded limb passes on
+    Vec4 targetX, targetY, targetZ;  // share-weighted sum of the goals
+    Vec4 targetWeight;       // sum of the shares
+    int upper[kLimbCount];   // slots, -1 where the limb is not whole
+};
+LimbReach limb_reach(const Solve& solve);
+
+// Per limb the vector that its upper joint should travel. stiffness: the limb's, as the caller powers it.
+struct PullVectors
+{
+    Vec4 limb[kLimbCount];
+};
+PullVectors pull_vectors(const Solve& solve, const LimbReach& reach, Vec4 stiffness);
+
+}  // namespace lbx

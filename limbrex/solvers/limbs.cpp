@@ -1,0 +1,48 @@
+// Stage 4: shoulders, stretch, arms and legs, and the shoulders' second thought. The right side goes first in stretch and solve.
+#include "limbrex/solvers/limb_solve.h"
+#include "limbrex/solvers/shoulders.h"
+#include "limbrex/solvers/stages.h"
+
+namespace lbx
+{
+namespace
+{
+
+constexpr int kLimbOrder[] = {LBXLimbRightArm, LBXLimbLeftArm, LBXLimbRightLeg, LBXLimbLeftLeg};
+
+void turn_shoulders(const Solve& solve)
+{
+    if (!(solve.mask & (LBXSolvingStepLeftShoulder | LBXSolvingStepRightShoulder)))
+        return;
+    const LimbReach reach = limb_reach(solve);
+    // The left collar moves no part of the right arm, so one measurement serves both.
+    turn_shoulder(solve, kLeftShoulder, reach);
+    turn_shoulder(solve, kRightShoulder, reach);
+}
+
+}  // namespace
+
+void limbs_stage(const Solve& solve)
+{
+    turn_shoulders(solve);
+    bool moved[kLimbCount] = {};
+    for (const int limb : kLimbOrder)
+        if (solve.mask & kLimbs[static_cast<size_t>(limb)].stretchBit)
+            moved[limb] = stretch_limb(solve, limb);
+
+    const Vec4 left_arm = arm_direction(solve, kLeftShoulder);
+    const Vec4 right_arm = arm_direction(solve, kRightShoulder);
+    for (const int limb : kLimbOrder)
+        if (solve.mask & kLimbs[static_cast<size_t>(limb)].solveBit)
+            moved[limb] = solve_limb(solve, limb, !is_leg(limb)) || moved[limb];
+    if (solve.mask & LBXSolvingStepLeftShoulder)
+        moved[LBXLimbLeftArm] = correct_shoulder(solve, kLeftShoulder, left_arm) || moved[LBXLimbLeftArm];
+    if (solve.mask & LBXSolvingStepRightShoulder)
+        moved[LBXLimbRightArm] = correct_shoulder(solve, kRightShoulder, right_arm) || moved[LBXLimbRightArm];
+
+    for (const int limb : kLimbOrder)
+        if (moved[limb])
+            finish_limb(solve, limb);
+}
+
+}  // namespace lbx

@@ -1,0 +1,184 @@
+#include "limbrex/solvers/shoulders.h"
+
+#include "limbrex/solvers/limb_solve.h"
+
+namespace lbx
+{
+namespace
+{
+
+struct ShoulderRow
+{
+    int node, extra, arm, forearm, effector, limb;
+    uint32_t bit;
+};
+constexpr ShoulderRow kShoulders[] = {
+    {LBXNodeLeftShoulder, LBXNodeLeftShoulderExtra, LBXNodeLeftArm, LBXNodeLeftForeArm, LBXEffectorLeftShoulder, LBXLimbLeftArm,
+     LBXSolvingStepLeftShoulder},
+    {LBXNodeRightShoulder, LBXNodeRightShoulderExtra, LBXNodeRightArm, LBXNodeRightForeArm, LBXEffectorRightShoulder, LBXLimbRightArm,
+     LBXSolvingStepRightShoulder},
+};
+
+constexpr float kLargestFollow = 0.5235988f;  // radians: a collar follows its arm by 30 degrees at most
+constexpr int kFitSteps = 8;
+
+Vec4 collar_stiffness(const LBXPropertySet& properties)
+{
+    return vec4(value_of(properties, record::CollarStiffnessX), value_of(properties, record::CollarStiffnessY),
+                value_of(properties, record::CollarStiffnessZ));
+}
+
+// The rotation about q's axis by a fraction of its angle.
+Quat fraction_of(Quat q, float f)
+{
+    if (f >= 1.0f)
+        return q;
+    const Quat facing = q * sign_one(lanes<3, 3, 3, 3>(q));
+    const float half = acos_approx(min_of(w_of(facing), 1.0f));
+    return quat_from_axis_half_angle(normalize3(facing), half * f);
+}
+
+// Turns one collar node by q, keeping a part of its old joint angles, axis by axis.
+void turn_stiffly(const Solve& solve, int slot, Quat q, Vec4 kept)
+{
+    const JointFrame& frame = solve.records[slot].joint;
+    StateNode& node = solve.nodes[slot];
+    const bool stiff = (mask_bits(equal4(kept, zero4())) & 7) != 7;
+    const Vec4 before = stiff ? angles_from_rotation(frame, node.local.q) : zero4();
+    node.global.q = normalize_quat(quat_mul(q, node.global.q));
+    update_local_rotation(solve, slot);
+    if (stiff)
+    {
+        const Vec4 after = angles_from_rotation(frame, node.local.q);
+        node.local.q = normalize_quat(rotation_from_angles(frame, after + (before - after) * kept));
+        update_global(solve, slot);
+    }
+    enforce_limit(solve, slot);
+}
+
+// Turns the collar by q; with an extra shoulder, that takes its ratio of the turn.
+void turn_collar(const Solve& solve, const ShoulderRow& row, Quat q, Vec4 kept)
+{
+    const int shoulder = slot_of(solve, row.node);
+    const int extra = slot_of(solve, row.extra);
+    const float ratio = extra >= 0 ? clamp01(value_of(solve.properties, record::ExtraCollarRatio)) : 0.0f;
+    if (turns_nothing(q))
+        return;
+    if (ratio < 1.0f)
+        turn_stiffly(solve, shoulder, fraction_of(q, 1.0f - ratio), kept);
+    if (extra >= 0)
+    {
+        update_global(solve, extra);
+        if (ratio > 0.0f)
+            turn_stiffly(solve, extra, fraction_of(q, ratio), kept);
+    }
+    update_global(solve, slot_of(solve, row.arm));
+}
+
+// The turn that brings the arm joint into the direction of a point, as seen from the collar.
+Quat turn_toward(const Solve& solve, const ShoulderRow& row, Vec4 point)
+{
+    const Vec4 centre = position(solve, slot_of(solve, row.node));
+    return shortest_arc(position(solve, slot_of(solve, row.arm)) - centre, point - centre);
+}
+
+bool has_collar(const Solve& solve, const ShoulderRow& row)
+{
+    return (solve.mask & row.bit) != 0 && slot_of(solve, row.node) >= 0 && slot_of(solve, row.arm) >= 0;
+}
+
+// Where the arm's end is asked to be; its own place when nothing asks.
+Vec4 arm_goal(const Solve& solve, const ShoulderRow& row)
+{
+    const int end = solve.character.limbs[row.limb].slots[kLimbEnd];
+    const int effector = kLimbs[static_cast<size_t>(row.limb)].endEffector;
+    return lerp4(position(solve, end), solve.effectors.targets[effector].t, weight_of<kReachT>(solve.effectors, effector));
+}
+
+// The largest part of a collar's turn that leaves the goal within the arm: at most the whole, found by halving, continuous in everything.
+float part_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 axis, float angle)
+{
+    const LimbRecord& limb = solve.character.limbs[row.limb];
+    const Vec4 centre = position(solve, slot_of(solve, row.node));
+    const Vec4 to_arm = position(solve, slot_of(solve, row.arm)) - centre;
+    const Vec4 goal = arm_goal(solve, row);
+    const Vec4 middle = position(solve, limb.slots[kLimbMiddle]);
+    const float length = distance3(middle, centre + to_arm) + distance3(position(solve, limb.slots[kLimbEnd]), middle);
+    const float bridged = max_of(length * 0.9999f, distance3(goal, centre + to_arm));
+    const auto reaches = [&](float part) { return distance3(goal, centre + rotate(quat_from_axis_angle(axis, angle * part), to_arm)) <= bridged; };
+    if (reaches(1.0f))
+        return 1.0f;
+    float inside = 0.0f;
+    float outside = 1.0f;
+    for (int i = 0; i < kFitSteps; ++i)
+    {
+        const float part = 0.5f * (inside + outside);
+        (reaches(part) ? inside : outside) = part;
+    }
+    return inside;
+}
+
+}  // namespace
+
+bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach)
+{
+    const ShoulderRow& row = kShoulders[side];
+    if (!has_collar(solve, row))
+        return false;
+    const Vec4 weights = solve.effectors.weights[row.effector];
+    const float reach_t = lane<kReachT>(weights);
+    const Vec4 stiffness = collar_stiffness(solve.properties);
+    const int arm = slot_of(solve, row.arm);
+    bool turned = false;
+    if (reach_t > 0.0f)
+    {
+        turn_collar(solve, row, turn_toward(solve, row, lerp4(position(solve, arm), solve.effectors.targets[row.effector].t, reach_t)), stiffness);
+        turned = true;
+    }
+    if (of_limb(reach.shares.pull, row.limb) > 0.0f)
+    {
+        const Vec4 pull = pull_vectors(solve, reach, reach.stiffness).limb[row.limb];
+        // What the shoulder's own pull, the stiffness and the resistance leave of the turn, axis by axis.
+        const float free = (1.0f - reach_t * lane<kPull>(weights)) * (1.0f - lane<kResist>(weights));
+        const Vec4 kept = splat(1.0f) - (splat(1.0f) - stiffness) * free;
+        turn_collar(solve, row, turn_toward(solve, row, position(solve, arm) + pull), xyz(kept));
+        turned = true;
+    }
+    if (turned)
+        update_descendants(solve, slot_of(solve, row.node));
+    return turned;
+}
+
+Vec4 arm_direction(const Solve& solve, ShoulderSide side)
+{
+    const ShoulderRow& row = kShoulders[side];
+    const int forearm = slot_of(solve, row.forearm);
+    if (!has_collar(solve, row) || forearm < 0 || value_of(solve.properties, record::ShoulderCorrection) <= 0.0f)
+        return zero4();
+    return normalize3(position(solve, forearm) - position(solve, slot_of(solve, row.arm)));
+}
+
+bool correct_shoulder(const Solve& solve, ShoulderSide side, Vec4 recorded_direction)
+{
+    const ShoulderRow& row = kShoulders[side];
+    const float weight = value_of(solve.properties, record::ShoulderCorrection) * (1.0f - weight_of<kReachT>(solve.effectors, row.effector));
+    const Vec4 direction = arm_direction(solve, side);
+    if (weight <= 0.0f || dot3f(recorded_direction, recorded_direction) == 0.0f || !solve.character.limbs[row.limb].complete())
+        return false;
+    const Quat arc = shortest_arc(recorded_direction, direction);
+    if (turns_nothing(arc))
+        return false;
+
+    const Quat facing = arc * sign_one(lanes<3, 3, 3, 3>(arc));
+    const float whole = 2.0f * acos_approx(min_of(w_of(facing), 1.0f));
+    const Vec4 axis = normalize3(facing);
+    const float angle = min_of(whole * weight, kLargestFollow);
+    const float part = part_within_reach(solve, row, axis, angle);
+    turn_collar(solve, row, quat_from_axis_angle(axis, angle * part), collar_stiffness(solve.properties));
+    update_descendants(solve, slot_of(solve, row.node));
+    if (solve.mask & kLimbs[static_cast<size_t>(row.limb)].solveBit)
+        solve_limb(solve, row.limb, true);
+    return true;
+}
+
+}  // namespace lbx

@@ -1,0 +1,118 @@
+#include "limbrex/solvers/solve.h"
+
+namespace lbx
+{
+
+Solve make_solve(const LBXCharacter& character, LBXCharacterState& state, LBXEffectorSet& effectors, const LBXPropertySet& properties)
+{
+    return {character,
+            state_nodes(state),
+            effectors,
+            properties,
+            effectors.solvingStep,
+            parents(character),
+            depth_first(character),
+            place_in_order(character),
+            subtree_size(character),
+            node_records(character)};
+}
+
+namespace
+{
+
+bool hold_angles(const JointFrame& frame, Quat& local_rotation)
+{
+    if (!has_active_bounds(frame))
+        return false;
+    const Vec4 angles = angles_from_rotation(frame, local_rotation);
+    const Vec4 held = clamp_angles(frame, angles);
+    if ((mask_bits(equal4(angles, held)) & 7) == 7)
+        return false;
+    local_rotation = normalize_quat(rotation_from_angles(frame, held));
+    return true;
+}
+
+// Keeps the length of a local translation between two factors of its length in the stance. Translations up to 0.01 have no direction to trust.
+bool hold_translation(const LimitRecord& limit, Vec4 parent_scale, Vec4& local_translation)
+{
+    const float length = length3(local_translation);
+    if (limit.translationOn == 0 || length <= 0.01f)
+        return false;
+    const float rest = length3(limit.reference * parent_scale);
+    const float held = max_of(limit.minimumFactor * rest, min_of(limit.maximumFactor * rest, length));
+    if (held == length)
+        return false;
+    local_translation = local_translation * (held / length);
+    return true;
+}
+
+}  // namespace
+
+bool enforce_limit(const Solve& solve, int slot)
+{
+    const int32_t index = solve.records[slot].limit;
+    if (index < 0)
+        return false;
+    const LimitRecord& limit = limit_records(solve.character)[index];
+    StateNode& node = solve.nodes[slot];
+    const int parent = solve.parents[slot];
+    const bool turned = hold_angles(limit.joint, node.local.q);
+    const bool moved = hold_translation(limit, parent >= 0 ? solve.nodes[parent].global.s : splat(1.0f), node.local.t);
+    if (!turned && !moved)
+        return false;
+    if (parent >= 0)
+        update_global(solve, slot);
+    else
+    {
+        node.global.t = node.local.t;
+        node.global.q = node.local.q;
+    }
+    return true;
+}
+
+void update_path(const Solve& solve, int from, int to)
+{
+    if (from < 0 || to < 0)
+        return;
+    int path[kNodeCount];
+    int count = 0;
+    for (int slot = to; slot >= 0 && slot != from; slot = solve.parents[slot])
+        path[count++] = slot;
+    while (count > 0)
+        update_global(solve, path[--count]);
+}
+
+void update_above_spine(const Solve& solve)
+{
+    const ChainRecord& spine = solve.character.spine;
+    for (int i = 1; i < spine.count; ++i)
+        update_global(solve, spine.slots[i]);
+    // Parents before children on each side.
+    static constexpr int kShoulderNodes[] = {LBXNodeLeftShoulder,  LBXNodeLeftShoulderExtra,  LBXNodeLeftArm,
+                                             LBXNodeRightShoulder, LBXNodeRightShoulderExtra, LBXNodeRightArm};
+    for (const int node : kShoulderNodes)
+    {
+        const int slot = slot_of(solve, node);
+        if (slot >= 0)
+            update_global(solve, slot);
+    }
+}
+
+void update_around_hips(const Solve& solve)
+{
+    static constexpr int kHipsChildren[] = {LBXNodeLeftUpLeg, LBXNodeRightUpLeg, LBXNodeSpine};
+    for (const int node : kHipsChildren)
+    {
+        const int slot = slot_of(solve, node);
+        if (slot >= 0)
+            update_global(solve, slot);
+    }
+}
+
+void update_body(const Solve& solve)
+{
+    update_around_hips(solve);
+    update_above_spine(solve);
+}
+
+}  // namespace lbx
