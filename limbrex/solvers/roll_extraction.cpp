@@ -60,6 +60,22 @@ bool takes_level(const Solve& solve, int row, int level)
     return slot_of(solve, level_node(row, level)) >= 0 || !segment_is_limited(solve, segment);
 }
 
+// Angle of the part of a rotation that turns about a unit axis.
+float twist_about(Quat q, Vec4 axis)
+{
+    const Quat facing = q * sign_one(lanes<3, 3, 3, 3>(q));
+    return 2.0f * atan2_approx(dot3f(facing, axis), w_of(facing));
+}
+
+// Joint angles of a segment in x, y, z, and in w the twist of its child about the segment's bone.
+Vec4 segment_angles(const Solve& solve, int row)
+{
+    const int segment = slot_of(solve, kSegments[static_cast<size_t>(row)].node);
+    const int child = slot_of(solve, kSegments[static_cast<size_t>(row)].next);
+    const float twist = child >= 0 ? twist_about(solve.nodes[child].local.q, solve.records[segment].joint.axes[0]) : 0.0f;
+    return with_w(local_angles(solve, segment), splat(twist));
+}
+
 // Twists of one segment and of its twist joints: their change through the solve, or their values in the absolute mode.
 struct Twists
 {
@@ -80,13 +96,6 @@ void add_twist(const Solve& solve, int slot, float angle)
     StateNode& node = solve.nodes[slot];
     node.local.q = normalize_quat(quat_mul(node.local.q, quat_from_axis_angle(solve.records[slot].joint.axes[0], angle)));
     update_global(solve, slot);
-}
-
-// The part of a rotation that turns about a unit axis.
-float twist_about(Quat q, Vec4 axis)
-{
-    const Quat facing = q * sign_one(lanes<3, 3, 3, 3>(q));
-    return 2.0f * atan2_approx(dot3f(facing, axis), w_of(facing));
 }
 
 struct Row
@@ -134,16 +143,18 @@ void distribute_to_leaves(const Solve& solve, const Row& row, const Twists& twis
     }
 }
 
+// before: the snapshot of the prepared pose; null in the absolute mode. Only levels that a snapshot takes hold anything.
 Twists measure(const Solve& solve, const Row& row, const Vec4* before, const Vec4* now)
 {
-    const bool absolute = before == nullptr;
-    const auto twist = [&](int vector) { return wrapped(x_of(now[vector]) - (absolute ? 0.0f : x_of(before[vector]))); };
-    Twists twists = {twist(segment_vector(row.index)), 0.0f, {}};
+    const int own = segment_vector(row.index);
+    const Vec4 change = before != nullptr ? now[own] - before[own] : now[own];
+    Twists twists = {wrapped(x_of(change)), wrapped(w_of(change)), {}};
     for (int level = 0; level < kLevelCount; ++level)
-        if (slot_of(solve, level_node(row.index, level)) >= 0)
-            twists.level[level] = twist(level_vector(row.index, level));
-    // The child's twist is read off the pose: the snapshot holds it only where the child is a segment itself.
-    twists.child = twist_about(solve.nodes[row.child].local.q, solve.records[row.segment].joint.axes[0]);
+    {
+        const int vector = level_vector(row.index, level);
+        if (slot_of(solve, level_node(row.index, level)) >= 0 && takes_level(solve, row.index, level))
+            twists.level[level] = wrapped(x_of(now[vector]) - (before != nullptr ? x_of(before[vector]) : 0.0f));
+    }
     return twists;
 }
 
@@ -157,7 +168,7 @@ void take_roll_snapshot(const Solve& solve, Vec4 snapshot[kRollSnapshotCount])
             if (!takes_level(solve, row, level))
                 continue;
             if (level == 0)
-                snapshot[segment_vector(row)] = local_angles(solve, slot_of(solve, kSegments[static_cast<size_t>(row)].node));
+                snapshot[segment_vector(row)] = segment_angles(solve, row);
             const int slot = slot_of(solve, level_node(row, level));
             if (slot >= 0)
                 snapshot[level_vector(row, level)] = local_angles(solve, slot);
