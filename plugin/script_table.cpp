@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <iterator>
-#include <string_view>
 #include <utility>
 
 #include "constraints/lod_constraint.h"
@@ -190,19 +189,6 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
 // clang-format on
 
 constexpr size_t kScriptFunctionCount = std::size(kScriptFunctions);
-
-constexpr bool names_are_distinct()
-{
-    for (size_t i = 0; i < kScriptFunctionCount; ++i)
-    {
-        for (size_t k = i + 1; k < kScriptFunctionCount; ++k)
-        {
-            if (std::string_view(kScriptFunctions[i].name) == std::string_view(kScriptFunctions[k].name)) return false;
-        }
-    }
-    return true;
-}
-static_assert(names_are_distinct(), "the engine would keep only one of two functions of a name");
 
 // What the engine calls: it passes the script state alone, so every row has an entry of its own.
 template <size_t Row>

@@ -195,7 +195,7 @@ HostUnitService unit_service()
 HostNodeTreeService node_tree_service()
 {
     HostNodeTreeService service = {};
-    service.world_poses = [](NodeTree* tree, uint32_t first) { return unit_of(tree)->worldPoses.data() + 16 * first; };
+    service.world_poses = [](NodeTree* tree, uint32_t first) { return unit_of(tree)->worldPoses.data() + size_t{16} * first; };
     service.local_poses = [](NodeTree* tree, uint32_t first) { return unit_of(tree)->localPoses.data() + first; };
     service.node_count = [](NodeTree* tree) { return static_cast<uint32_t>(unit_of(tree)->localPoses.size()); };
     service.name_hashes = [](NodeTree* tree) -> const uint32_t* { return unit_of(tree)->nameHashes.data(); };
@@ -301,16 +301,16 @@ void EngineUnit::propagate()
         const LocalPose& local = localPoses[i];
         static const float kIdentity[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
         const float* parent = parents[i] < 0 ? kIdentity : &worldPoses[16 * static_cast<size_t>(parents[i])];
-        float* world = &worldPoses[16 * i];
+        float* pose = &worldPoses[16 * i];
         for (size_t row = 0; row < 4; ++row)
         {
             const float* from = row < 3 ? local.rotation + 3 * row : local.translation;
             for (size_t k = 0; k < 3; ++k)
             {
-                world[4 * row + k] =
+                pose[4 * row + k] =
                     from[0] * parent[k] + from[1] * parent[4 + k] + from[2] * parent[8 + k] + (row == 3 ? parent[12 + k] : 0.0f);
             }
-            world[4 * row + 3] = row == 3 ? 1.0f : 0.0f;
+            pose[4 * row + 3] = row == 3 ? 1.0f : 0.0f;
         }
     }
 }
