@@ -13,6 +13,12 @@ fi
 
 sources() { git ls-files -- '*.h' '*.c' '*.cpp'; }
 
+# An empty list would let every check pass.
+if [[ -z "$(sources)" ]]; then
+    echo "check: git lists no sources here; run this in a git checkout that you own" >&2
+    exit 1
+fi
+
 check_format()
 {
     local file status=0
