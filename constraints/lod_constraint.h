@@ -1,5 +1,6 @@
-// Chooses between the full solve and the cheaper one, for retargeting and for the solve itself. The choice stays with the context after the
-// constraint is gone. It acts on the solves of the same frame that come after it; the retarget comes before, so it changes with the next frame.
+// Chooses between the full solve and the cheaper one, for retargeting and for the solve itself. The choice stays with the
+// context after the constraint is gone. It acts on the solves of the same frame that come after it; the retarget comes before,
+// so it changes with the next frame.
 #pragma once
 
 #include "contexts/script_call.h"

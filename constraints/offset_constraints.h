@@ -1,5 +1,5 @@
-// Offset position and offset rotation: move or turn the goal that the animation and the constraints below have left. The offset always acts in
-// full; the blend weight says how far the effector reaches for it.
+// Offset position and offset rotation: move or turn the goal that the animation and the constraints below have left. The offset
+// always acts in full; the blend weight says how far the effector reaches for it.
 #pragma once
 
 #include "contexts/script_call.h"

@@ -1,5 +1,6 @@
-// Keeps an effector where it is. In the world: at the world point it had when the pin took effect, however the unit moves. Else: on the goal
-// that the animation and the constraints below give, at full weight. Another effector or another space captures anew at the next evaluation.
+// Keeps an effector where it is. In the world: at the world point it had when the pin took effect, however the unit moves.
+// Else: on the goal that the animation and the constraints below give, at full weight. Another effector or another space
+// captures anew at the next evaluation.
 #pragma once
 
 #include "contexts/script_call.h"

@@ -1,4 +1,5 @@
-// Reach position and reach orientation: an effector's goal is a point or a turn given by the script, in the world or in the unit's own axes.
+// Reach position and reach orientation: an effector's goal is a point or a turn given by the script, in the world or in the
+// unit's own axes.
 #pragma once
 
 #include "contexts/script_call.h"

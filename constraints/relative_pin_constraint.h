@@ -1,6 +1,6 @@
-// Glues an effector to a node of another unit. The evaluation after a push or a refresh only records where the effector is seen from that node;
-// from the next one on the effector follows the node. The other unit is remembered by its reference, so it may be deleted at any time: the
-// constraint then stops acting.
+// Glues an effector to a node of another unit. The evaluation after a push or a refresh only records where the effector is seen
+// from that node; from the next one on the effector follows the node. The other unit is remembered by its reference, so it may
+// be deleted at any time: the constraint then stops acting.
 #pragma once
 
 #include "contexts/script_call.h"

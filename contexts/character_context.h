@@ -1,8 +1,9 @@
 // A character context binds one unit to one compiled rig and owns everything that solves that unit: the characterized rig, two poses,
 // the goals, the solver options, the constraints and the cache that leads from mapped nodes to the unit's nodes.
 //
-// Life: a context is built for a spawned unit (ready at once) or declared by a script (ready after its first evaluation), is evaluated every
-// frame while it is active (character_evaluation.h), and is destroyed by a script, with its unit, with its world or at the end of gameplay.
+// Life: a context is built for a spawned unit (ready at once) or declared by a script (ready after its first evaluation), is
+// evaluated every frame while it is active (character_evaluation.h), and is destroyed by a script, with its unit, with its
+// world or at the end of gameplay.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Getters and setters of constraint fields, one line of the function table each: the template is told the member, and finds the kind, the type
-// and the way to read or push a value from it.
+// Getters and setters of constraint fields, one line of the function table each: the template is told the member, and finds the
+// kind, the type and the way to read or push a value from it.
 #pragma once
 
 #include "contexts/script_call.h"
