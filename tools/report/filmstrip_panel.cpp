@@ -1,0 +1,193 @@
+#include "tools/report/filmstrip_panel.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace limbrex_tools
+{
+namespace
+{
+
+using limbrex_host::RigidPose;
+using limbrex_host::Vec3d;
+
+constexpr double kPanelRadius = 5.0;
+constexpr double kGridStep_m = 0.5;
+constexpr int kGridLines = 5;  // to each side of the hips
+constexpr double kFarFade = 0.42;
+constexpr double kHalo = 1.1;  // points of paper around a limb, so that the nearer of two crossing ones is seen
+constexpr double kAnimatedThickness = 0.8;
+constexpr double kJointDotShare = 0.045;  // of the body height: bones at least this long show their joint
+constexpr Color kShadow = rgb(0xDFDFD9);
+constexpr Color kGrid = rgb(0xE6E6E1);
+
+struct View
+{
+    const Camera& camera;
+    const PanelScale& scale;
+    Point corner;
+
+    Point at(Vec3d p) const
+    {
+        const Projected q = project(camera, p);
+        return {corner.x + (q.x - scale.left) * scale.pointsPerMetre, corner.y + (scale.top - q.y) * scale.pointsPerMetre};
+    }
+
+    double depth(Vec3d p) const { return project(camera, p).depth; }
+};
+
+Color mix(Color a, Color b, double share) { return {a.r + (b.r - a.r) * share, a.g + (b.g - a.g) * share, a.b + (b.b - a.b) * share, 1.0}; }
+
+Color side_color(Side side) { return side == Side::Left ? kLeft : side == Side::Right ? kRight : kCentre; }
+
+// A limb: two circles and what lies between their outer tangents.
+void draw_capsule(Canvas& canvas, Point a, double radius_a, Point b, double radius_b, Color color)
+{
+    const double dx = b.x - a.x;
+    const double dy = b.y - a.y;
+    const double n = std::hypot(dx, dy);
+    canvas.fill_circle(a, radius_a, color);
+    canvas.fill_circle(b, radius_b, color);
+    if (n < 1e-9 || n <= std::fabs(radius_a - radius_b)) { return; }
+    const double sine = (radius_a - radius_b) / n;
+    const double cosine = std::sqrt(1.0 - sine * sine);
+    const auto tangent = [&](double side) -> Point {
+        return {dx / n * sine - side * dy / n * cosine, dy / n * sine + side * dx / n * cosine};
+    };
+    const Point up = tangent(1.0);
+    const Point down = tangent(-1.0);
+    canvas.fill_polygon({{a.x + up.x * radius_a, a.y + up.y * radius_a},
+                         {b.x + up.x * radius_b, b.y + up.y * radius_b},
+                         {b.x + down.x * radius_b, b.y + down.y * radius_b},
+                         {a.x + down.x * radius_a, a.y + down.y * radius_a}},
+                        color);
+}
+
+void draw_grid(Canvas& canvas, const View& view, Vec3d centre)
+{
+    const double first_x = std::floor(centre.x / kGridStep_m) * kGridStep_m - centre.x;
+    const double first_y = std::floor(centre.y / kGridStep_m) * kGridStep_m - centre.y;
+    const double reach = kGridStep_m * kGridLines;
+    for (int i = -kGridLines; i <= kGridLines; ++i)
+    {
+        const double x = first_x + i * kGridStep_m;
+        const double y = first_y + i * kGridStep_m;
+        canvas.line(view.at({x, -reach, 0.0}), view.at({x, reach, 0.0}), kGrid, 0.6);
+        canvas.line(view.at({-reach, y, 0.0}), view.at({reach, y, 0.0}), kGrid, 0.6);
+    }
+    const double level = view.at({0.0, 0.0, 0.0}).y;
+    canvas.line({view.corner.x, level}, {view.corner.x + view.scale.width, level}, rgb(0xB9BAB4), 0.9);
+}
+
+void draw_shadow(Canvas& canvas, const View& view, const BodyFigure& figure, const std::vector<Vec3d>& joints)
+{
+    for (const FigureBone& bone : figure.bones)
+    {
+        const Vec3d a{joints[bone.from].x, joints[bone.from].y, 0.0};
+        const Vec3d b{joints[bone.to].x, joints[bone.to].y, 0.0};
+        canvas.line(view.at(a), view.at(b), kShadow, 2.0 * bone.radiusFrom * view.scale.pointsPerMetre);
+    }
+}
+
+void draw_animated(Canvas& canvas, const View& view, const BodyFigure& figure, const std::vector<Vec3d>& joints)
+{
+    const double k = view.scale.pointsPerMetre * kAnimatedThickness;
+    for (const FigureBone& bone : figure.bones)
+    {
+        draw_capsule(canvas, view.at(joints[bone.from]), bone.radiusFrom * k, view.at(joints[bone.to]), bone.radiusTo * k, kAnimated);
+    }
+}
+
+void draw_bone(Canvas& canvas, const View& view, const FigureBone& bone, const std::vector<Vec3d>& joints, const BodyFigure& figure)
+{
+    const Point a = view.at(joints[bone.from]);
+    const Point b = view.at(joints[bone.to]);
+    const double k = view.scale.pointsPerMetre;
+    const double middle_depth = 0.5 * (view.depth(joints[bone.from]) + view.depth(joints[bone.to])) - view.depth(joints[figure.root]);
+    const double far = std::clamp(-middle_depth / (0.25 * figure.height), 0.0, 1.0) * kFarFade;
+    draw_capsule(canvas, a, bone.radiusFrom * k + kHalo, b, bone.radiusTo * k + kHalo, kPaper);
+    draw_capsule(canvas, a, bone.radiusFrom * k, b, bone.radiusTo * k, mix(side_color(bone.side), kPaper, far));
+    if (length(joints[bone.to] - joints[bone.from]) > kJointDotShare * figure.height)
+    {
+        canvas.fill_circle(a, 0.32 * bone.radiusFrom * k, mix(kPaper, side_color(bone.side), 0.1));
+    }
+}
+
+// Far bones first.
+void draw_solved(Canvas& canvas, const View& view, const BodyFigure& figure, const std::vector<Vec3d>& joints)
+{
+    std::vector<std::pair<double, const FigureBone*>> order;
+    for (const FigureBone& bone : figure.bones) { order.emplace_back(view.depth(joints[bone.from]) + view.depth(joints[bone.to]), &bone); }
+    std::stable_sort(order.begin(), order.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (const auto& [depth, bone] : order) { draw_bone(canvas, view, *bone, joints, figure); }
+}
+
+double draw_goals(Canvas& canvas, const View& view, const RunView& run, size_t frame, Vec3d centre)
+{
+    double worst = -1.0;
+    for (const GoalTrack& track : run.goals)
+    {
+        const GoalSample& sample = track.samples[frame];
+        if (!sample.active) { continue; }
+        const Point goal = view.at(sample.goal_world - centre);
+        canvas.line(view.at(sample.reached_world - centre), goal, kTarget, 1.3);
+        draw_target(canvas, goal, 5.0);
+        worst = std::max(worst, length(sample.goal_world - sample.reached_world));
+    }
+    return worst;
+}
+
+}  // namespace
+
+void draw_target(Canvas& canvas, Point at, double radius)
+{
+    const double arm = radius * 1.55;
+    canvas.stroke_circle(at, radius, kPaper, 3.2);
+    canvas.line({at.x - arm, at.y}, {at.x + arm, at.y}, kTarget, 1.1);
+    canvas.line({at.x, at.y - arm}, {at.x, at.y + arm}, kTarget, 1.1);
+    canvas.stroke_circle(at, radius, kTarget, 1.6);
+}
+
+Vec3d ground_centre(const RunView& run, const BodyFigure& figure, size_t frame)
+{
+    const Vec3d hips = run.solved_at(frame)[figure.root].position;
+    return {hips.x, hips.y, 0.0};
+}
+
+std::vector<Vec3d> joints_around(const RigidPose* world, size_t count, Vec3d centre)
+{
+    std::vector<Vec3d> joints(count);
+    for (size_t j = 0; j < count; ++j) { joints[j] = world[j].position - centre; }
+    return joints;
+}
+
+void draw_panel(Canvas& canvas, Point corner, const PanelScale& scale, const Camera& camera, const RunView& run, const BodyFigure& figure,
+                size_t frame)
+{
+    const View view{camera, scale, corner};
+    const Vec3d centre = ground_centre(run, figure, frame);
+    const std::vector<Vec3d> animated = joints_around(run.animated_at(frame), run.joint_count(), centre);
+    const std::vector<Vec3d> solved = joints_around(run.solved_at(frame), run.joint_count(), centre);
+    canvas.fill_rectangle(corner, scale.width, scale.height, rgb(0xFFFFFF), kPanelRadius);
+    canvas.push_clip(corner, scale.width, scale.height);
+    draw_grid(canvas, view, centre);
+    draw_shadow(canvas, view, figure, solved);
+    draw_animated(canvas, view, figure, animated);
+    draw_solved(canvas, view, figure, solved);
+    const double worst = draw_goals(canvas, view, run, frame, centre);
+    canvas.pop_clip();
+    canvas.stroke_rectangle(corner, scale.width, scale.height, kHairline, 0.8, kPanelRadius);
+    const double base = corner.y + scale.height + 14.0;
+    canvas.text({corner.x + 2.0, base}, fmt::format("{:.2f} s", static_cast<double>(frame) / run.framesPerSecond),
+                {10.5, kInk, true, Align::Left});
+    canvas.text({corner.x + 48.0, base}, fmt::format("frame {}", run.firstFrame + frame), {9.5, kMutedInk, false, Align::Left});
+    if (worst >= 0.0)
+    {
+        canvas.text({corner.x + scale.width - 2.0, base}, fmt::format("{:.1f} cm off", worst * 100.0),
+                    {9.5, rgb(0xA86A00), false, Align::Right});
+    }
+}
+
+}  // namespace limbrex_tools
