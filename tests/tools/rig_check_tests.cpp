@@ -265,8 +265,8 @@ TEST(RigCheck, AnyJsonAtAllIsAnsweredWithFindings)
     {
         EXPECT_TRUE(has_error(check_rig(json::parse(text), nullptr))) << text;
     }
-    json rig = good_rig();
-    for (const auto& [key, value] : good_rig().items())  // every member replaced by every other kind
+    const json rig = good_rig();
+    for (const auto& [key, value] : rig.items())  // every member replaced by every other kind
     {
         for (const json& other : {json(), json(true), json(-5), json(0.5), json("x"), json::array({1}), json::object({{"a", 1}})})
         {
