@@ -109,6 +109,12 @@ void HostMemory::deallocate(void* allocator, void* block)
     std::free(block);
 }
 
+size_t HostMemory::block_size(const NamedAllocator* allocator, void* block) const
+{
+    const auto found = blocks.find(block);
+    return found == blocks.end() || found->second.owner != allocator ? 0 : found->second.size;
+}
+
 const NamedAllocator* HostMemory::find_allocator(const std::string& name) const
 {
     const auto found = std::find_if(allocators.begin(), allocators.end(), [&name](const auto& each) { return each->name == name; });
