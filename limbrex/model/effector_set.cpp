@@ -40,7 +40,7 @@ using namespace lbx;
 
 LBXEffectorSet* LBXEffectorSetCreate(LBXAllocateFunction allocate)
 {
-    auto* set = allocate ? static_cast<LBXEffectorSet*>(allocate_block(sizeof(LBXEffectorSet), allocate)) : nullptr;
+    auto* set = static_cast<LBXEffectorSet*>(allocate_block(sizeof(LBXEffectorSet), allocate));
     if (set) std::memset(static_cast<void*>(set), 0, sizeof(*set));
     return LBXEffectorSetInit(set);
 }
@@ -59,10 +59,7 @@ LBXEffectorSet* LBXEffectorSetInit(LBXEffectorSet* set)
     return set;
 }
 
-void LBXEffectorSetDestroy(LBXEffectorSet* set, LBXFreeFunction free_function)
-{
-    if (set && free_function) free_block(set, free_function);
-}
+void LBXEffectorSetDestroy(LBXEffectorSet* set, LBXFreeFunction free_function) { free_block(set, free_function); }
 
 size_t LBXEffectorSetGetSize(void) { return sizeof(LBXEffectorSet); }
 

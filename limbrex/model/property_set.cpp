@@ -129,7 +129,7 @@ using namespace lbx;
 
 LBXPropertySet* LBXPropertySetCreate(LBXAllocateFunction allocate)
 {
-    auto* set = allocate ? static_cast<LBXPropertySet*>(allocate_block(sizeof(LBXPropertySet), allocate)) : nullptr;
+    auto* set = static_cast<LBXPropertySet*>(allocate_block(sizeof(LBXPropertySet), allocate));
     if (set) std::memset(set, 0, sizeof(*set));
     return LBXPropertySetInit(set);
 }
@@ -140,10 +140,7 @@ LBXPropertySet* LBXPropertySetInit(LBXPropertySet* set)
     return set;
 }
 
-void LBXPropertySetDestroy(LBXPropertySet* set, LBXFreeFunction free_function)
-{
-    if (set && free_function) free_block(set, free_function);
-}
+void LBXPropertySetDestroy(LBXPropertySet* set, LBXFreeFunction free_function) { free_block(set, free_function); }
 
 size_t LBXPropertySetGetSize(void) { return sizeof(LBXPropertySet); }
 

@@ -63,7 +63,7 @@ using namespace lbx;
 
 LBXCharacterState* LBXCharacterStateCreate(const LBXCharacter* character, LBXAllocateFunction allocate)
 {
-    if (!character || !allocate) return nullptr;
+    if (!character) return nullptr;
     return LBXCharacterStateInit(character, allocate_block(state_size(character->slotCount), allocate));
 }
 
@@ -77,10 +77,7 @@ LBXCharacterState* LBXCharacterStateInit(const LBXCharacter* character, void* me
     return state;
 }
 
-void LBXCharacterStateDestroy(LBXCharacterState* state, LBXFreeFunction free_function)
-{
-    if (state && free_function) free_block(state, free_function);
-}
+void LBXCharacterStateDestroy(LBXCharacterState* state, LBXFreeFunction free_function) { free_block(state, free_function); }
 
 size_t LBXCharacterStateGetSize(const LBXCharacter* character) { return character ? state_size(character->slotCount) : 0; }
 
