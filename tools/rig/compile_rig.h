@@ -6,7 +6,7 @@
 namespace limbrex_tools
 {
 
-// `bytes` is the compiled resource. False with `error` (file, reason) otherwise.
-bool compile_rig(const std::string& source_path, std::string& bytes, std::string& error);
+// `plugin`: path of liblimbrex_plugin.so; `bytes`: the compiled resource. False with `error` (file, place, reason) otherwise.
+bool compile_rig(const std::string& plugin, const std::string& source, std::string& bytes, std::string& error);
 
 }  // namespace limbrex_tools
