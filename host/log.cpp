@@ -23,11 +23,8 @@ void HostLog::echo(LogLevel level, std::FILE* file)
     echoFile = file;
 }
 
-void HostLog::write(LogLevel level, const char* system, const char* text)
+bool HostLog::keep(LogLevel level, const char* from, const char* what)
 {
-    if (level >= LogLevel::Silent) { return; }
-    const char* from = system != nullptr ? system : "(no system)";
-    const char* what = text != nullptr ? text : "(no text)";
     ++counts[static_cast<size_t>(level)];
     if (!keptEntries.empty())
     {
@@ -35,11 +32,28 @@ void HostLog::write(LogLevel level, const char* system, const char* text)
         if (last.level == level && last.system == from && last.text == what)
         {
             ++last.count;
-            return;
+            return false;
         }
     }
-    if (level >= echoLevel && echoFile != nullptr) { std::fprintf(echoFile, "%s: %s: %s\n", from, log_level_name(level), what); }
     if (keptEntries.size() < kCapacity) { keptEntries.push_back({level, from, what, 1}); }
+    return true;
+}
+
+void HostLog::write(LogLevel level, const char* system, const char* text)
+{
+    if (level >= LogLevel::Silent) { return; }
+    const char* from = system != nullptr ? system : "(no system)";
+    const char* what = text != nullptr ? text : "(no text)";
+    if (keep(level, from, what) && level >= echoLevel && echoFile != nullptr)
+    {
+        std::fprintf(echoFile, "%s: %s: %s\n", from, log_level_name(level), what);
+    }
+}
+
+void HostLog::say(const char* system, const char* text)
+{
+    keep(LogLevel::Info, system, text);
+    if (echoLevel != LogLevel::Silent && echoFile != nullptr) { std::fprintf(echoFile, "%s\n", text); }
 }
 
 uint64_t HostLog::count(LogLevel level) const { return level < LogLevel::Silent ? counts[static_cast<size_t>(level)] : 0; }

@@ -35,6 +35,8 @@ public:
     void echo(LogLevel level, std::FILE* file = stderr);
 
     void write(LogLevel level, const char* system, const char* text);
+    // What a script prints: kept as info, echoed unless nothing is.
+    void say(const char* system, const char* text);
     void info(const std::string& text) { write(LogLevel::Info, kHostSystem, text.c_str()); }
     void warning(const std::string& text) { write(LogLevel::Warning, kHostSystem, text.c_str()); }
     void error(const std::string& text) { write(LogLevel::Error, kHostSystem, text.c_str()); }
@@ -48,6 +50,8 @@ public:
     static constexpr size_t kCapacity = 20000;  // entries kept; later ones are counted and echoed only
 
 private:
+    bool keep(LogLevel level, const char* from, const char* what);  // false: the same as the message before
+
     std::vector<LogEntry> keptEntries;
     std::array<uint64_t, 3> counts{};
     LogLevel echoLevel = LogLevel::Silent;

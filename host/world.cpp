@@ -1,0 +1,43 @@
+#include "host/world.h"
+
+#include <algorithm>
+
+namespace limbrex_host
+{
+
+void HostWorld::register_update(WorldUpdateFunction callback)
+{
+    const bool there = std::find(callbacks.begin(), callbacks.end(), callback) != callbacks.end();
+    if (callback != nullptr && !there) { callbacks.push_back(callback); }
+}
+
+void HostWorld::update(float step_s)
+{
+    for (const WorldUpdateFunction callback : callbacks) { callback(reinterpret_cast<World*>(this), step_s); }
+}
+
+void HostWorld::propagate_units()
+{
+    for (HostUnit* const unit : units) { propagate(unit->tree); }
+}
+
+void HostWorld::move_actors()
+{
+    for (const HostUnit* const unit : units)
+    {
+        if (!unit->hasActor) { continue; }
+        NodePose pose;
+        pose.position = unit->position_world;
+        pose.position[2] += 0.5f * unit->actor.height_m;
+        physics.move(unit->actor.collider, pose);
+    }
+}
+
+size_t add_ground(HostPhysics& physics, float z)
+{
+    NodePose pose;
+    pose.position[2] = z;
+    return physics.add(plane_shape(), pose);
+}
+
+}  // namespace limbrex_host
