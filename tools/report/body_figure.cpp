@@ -14,9 +14,11 @@ using limbrex_host::Skeleton;
 
 // Bone radii as shares of the body height; bones in between taper with their length.
 constexpr double kThinnest = 0.0045;
-constexpr double kThickest = 0.030;
-constexpr double kRadiusPerLength = 0.13;
-constexpr double kTaper = 0.68;
+constexpr double kThickestLimb = 0.026;
+constexpr double kThickestTrunk = 0.036;
+constexpr double kLimbPerLength = 0.13;
+constexpr double kTrunkPerLength = 0.34;
+constexpr double kTaper = 0.70;
 constexpr double kShortestBone = 0.004;
 
 // Parts that some conventions put straight behind a small l or r ("lhand", "rfemur").
@@ -92,6 +94,19 @@ double figure_height(const Skeleton& skeleton, size_t root)
     return height > 1e-6 ? height : 1.0;
 }
 
+// The first joint called a head, and the first tip right above it.
+void find_head(const Skeleton& skeleton, size_t joint, BodyFigure& figure)
+{
+    const limbrex_host::Joint& at = skeleton.joints[joint];
+    const std::string name = lower(at.name);
+    const bool head = name.size() >= 4 && name.compare(name.size() - 4, 4, "head") == 0;
+    if (head && figure.head < 0) { figure.head = static_cast<int32_t>(joint); }
+    else if (figure.head >= 0 && figure.headTip < 0 && at.parent == figure.head && at.endSite)
+    {
+        figure.headTip = static_cast<int32_t>(joint);
+    }
+}
+
 }  // namespace
 
 Side side_from_name(std::string_view name)
@@ -124,8 +139,11 @@ BodyFigure make_figure(const Skeleton& skeleton)
         const Side own = side_from_name(skeleton.joints[j].name);
         figure.sides.push_back(own == Side::Centre && parent >= 0 ? figure.sides[static_cast<size_t>(parent)] : own);
         const double bone = bone_length(skeleton, j);
+        find_head(skeleton, j, figure);
         if (j <= figure.root || parent < 0 || bone < kShortestBone * figure.height) { continue; }
-        const double radius = std::clamp(kRadiusPerLength * bone, kThinnest * figure.height, kThickest * figure.height);
+        const bool trunk = figure.sides[j] == Side::Centre && !skeleton.joints[j].endSite;
+        const double thickest = (trunk ? kThickestTrunk : kThickestLimb) * figure.height;
+        const double radius = std::clamp((trunk ? kTrunkPerLength : kLimbPerLength) * bone, kThinnest * figure.height, thickest);
         figure.bones.push_back({static_cast<size_t>(parent), j, figure.sides[j], radius, kTaper * radius});
     }
     return figure;

@@ -1,6 +1,8 @@
 // A skeleton as a drawable body: which joint pairs are bones, how thick they are and on which side of the body they sit.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +32,8 @@ struct BodyFigure
 {
     std::vector<Side> sides;  // per joint
     std::vector<FigureBone> bones;
+    int32_t head = -1;  // the head joint and the tip of its bone, -1 where there is none
+    int32_t headTip = -1;
     size_t root = 0;      // the joint a view is centred on: the highest one that branches
     double height = 1.0;  // metres, of the rest pose along its own longest path; never 0
 };

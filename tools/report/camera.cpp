@@ -1,5 +1,6 @@
 #include "tools/report/camera.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace limbrex_tools
@@ -14,6 +15,7 @@ constexpr int kDirections = 24;
 constexpr double kElevation_rad = 14.0 * kTurn_rad / 360.0;
 constexpr double kThreeQuarter_rad = 38.0 * kTurn_rad / 360.0;  // off the facing where limbs and depth are both seen
 constexpr double kFacingWeight = 0.25;
+constexpr double kInterestWeight = 0.15;
 
 // Horizontal facing of a pose: up cross (right to left). Zero for bodies without sides.
 Vec3d facing_of(const BodyFigure& figure, const std::vector<Vec3d>& joints)
@@ -73,7 +75,7 @@ Projected project(const Camera& camera, Vec3d point_world)
     return {dot(point_world, camera.right), dot(point_world, camera.upward), dot(point_world, camera.toward)};
 }
 
-Camera choose_camera(const BodyFigure& figure, const std::vector<std::vector<Vec3d>>& poses)
+Camera choose_camera(const BodyFigure& figure, const std::vector<std::vector<Vec3d>>& poses, const std::vector<Vec3d>& interests)
 {
     Camera best = camera_at(0.0, kElevation_rad);
     double best_score = -1e30;
@@ -83,6 +85,11 @@ Camera choose_camera(const BodyFigure& figure, const std::vector<std::vector<Vec
         const Camera camera = camera_at(azimuth, kElevation_rad);
         const Vec3d eye{std::cos(azimuth), std::sin(azimuth), 0.0};
         double score = 0.0;
+        for (const Vec3d& point : interests)
+        {
+            const double nearness = std::clamp(dot(point, eye) / (0.3 * figure.height), -1.0, 1.0);
+            score += kInterestWeight * nearness * static_cast<double>(poses.size()) / static_cast<double>(interests.size());
+        }
         for (const std::vector<Vec3d>& joints : poses)
         {
             const Vec3d facing = facing_of(figure, joints);

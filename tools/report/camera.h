@@ -26,7 +26,9 @@ struct Projected
 Camera camera_at(double azimuth_rad, double elevation_rad);
 Projected project(const Camera& camera, limbrex_host::Vec3d point_world);
 
-// The azimuth that shows most of the bones' length over all poses (joint positions each), leaning to a view from the front.
-Camera choose_camera(const BodyFigure& figure, const std::vector<std::vector<limbrex_host::Vec3d>>& poses);
+// The azimuth that shows most of the bones' length over all poses (joint positions each), leaning to a view from the front and from
+// the side where `interests` (points relative to the hips, such as the targets) are.
+Camera choose_camera(const BodyFigure& figure, const std::vector<std::vector<limbrex_host::Vec3d>>& poses,
+                     const std::vector<limbrex_host::Vec3d>& interests);
 
 }  // namespace limbrex_tools

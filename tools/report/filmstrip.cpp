@@ -39,10 +39,16 @@ struct Box
     }
 };
 
+struct Row
+{
+    std::string label;
+    RunView run;
+    BodyFigure figure;
+};
+
 struct Sheet
 {
     std::vector<size_t> frames;
-    std::vector<BodyFigure> figures;  // per row
     size_t panelsPerLine = 1;
     size_t linesPerRow = 1;
     bool labelled = false;
@@ -50,33 +56,37 @@ struct Sheet
     Camera camera;
 };
 
-Camera sheet_camera(const std::vector<FilmstripRow>& rows, const Sheet& sheet)
+Camera sheet_camera(const std::vector<Row>& rows, const Sheet& sheet)
 {
     std::vector<std::vector<Vec3d>> poses;
+    std::vector<Vec3d> targets;
+    const RunView& run = rows[0].run;
     for (const size_t frame : sheet.frames)
     {
-        const RunView& run = *rows[0].run;
-        poses.push_back(joints_around(run.solved_at(frame), run.joint_count(), ground_centre(run, sheet.figures[0], frame)));
+        const Vec3d centre = ground_centre(run, rows[0].figure, frame);
+        poses.push_back(joints_around(run.solved_at(frame), run.joint_count(), centre));
+        for (const GoalView& goal : run.goals)
+        {
+            if (goal.points[frame].active) { targets.push_back(goal.points[frame].target_world - centre); }
+        }
     }
-    return choose_camera(sheet.figures[0], poses);
+    return choose_camera(rows[0].figure, poses, targets);
 }
 
-Box motion_box(const std::vector<FilmstripRow>& rows, const Sheet& sheet)
+Box motion_box(const std::vector<Row>& rows, const Sheet& sheet)
 {
     Box box;
-    for (size_t r = 0; r < rows.size(); ++r)
+    for (const auto& [label, run, figure] : rows)
     {
-        const RunView& run = *rows[r].run;
-        const BodyFigure& figure = sheet.figures[r];
         for (const size_t frame : sheet.frames)
         {
             const Vec3d centre = ground_centre(run, figure, frame);
             for (const Vec3d& p : joints_around(run.solved_at(frame), run.joint_count(), centre)) { box.add(project(sheet.camera, p)); }
             for (const Vec3d& p : joints_around(run.animated_at(frame), run.joint_count(), centre)) { box.add(project(sheet.camera, p)); }
-            for (const GoalTrack& goal : run.goals)
+            for (const GoalView& goal : run.goals)
             {
-                const Vec3d p = goal.samples[frame].goal_world - centre;
-                if (goal.samples[frame].active && std::hypot(p.x, p.y) < kFarTarget * figure.height) { box.add(project(sheet.camera, p)); }
+                const Vec3d p = goal.points[frame].target_world - centre;
+                if (goal.points[frame].active && std::hypot(p.x, p.y) < kFarTarget * figure.height) { box.add(project(sheet.camera, p)); }
             }
         }
     }
@@ -126,17 +136,17 @@ void draw_legend(Canvas& canvas, double right, double base)
     legend_swatch(canvas, next, base, "solved: left side", kLeft);
 }
 
-void draw_header(Canvas& canvas, const FilmstripOptions& options, const std::vector<FilmstripRow>& rows)
+void draw_header(Canvas& canvas, const FilmstripOptions& options, const RunView& run)
 {
-    const RunView& run = *rows[0].run;
-    canvas.text({kMargin, 34.0}, options.title.empty() ? run.character : options.title, {17.0, kInk, true, Align::Left});
-    const std::string facts = fmt::format("{:.2f} s at {:.4g} frames a second; every panel centred on the hips, grid 0.5 m",
-                                          static_cast<double>(run.frameCount) / run.framesPerSecond, run.framesPerSecond);
+    canvas.text({kMargin, 34.0}, options.title.empty() ? run.unit->name : options.title, {17.0, kInk, true, Align::Left});
+    const std::string facts =
+        fmt::format("{:.2f} s at {:.4g} frames a second; every panel centred on the hips, grid 0.5 m",
+                    static_cast<double>(run.frameCount) / run.recording->framesPerSecond, run.recording->framesPerSecond);
     canvas.text({kMargin, 53.0}, facts, {10.5, kMutedInk, false, Align::Left});
     draw_legend(canvas, canvas.width() - kMargin, 33.0);
 }
 
-void draw_row(Canvas& canvas, const Sheet& sheet, const FilmstripRow& row, const BodyFigure& figure, double top)
+void draw_row(Canvas& canvas, const Sheet& sheet, const Row& row, double top)
 {
     if (sheet.labelled)
     {
@@ -147,20 +157,16 @@ void draw_row(Canvas& canvas, const Sheet& sheet, const FilmstripRow& row, const
     {
         const double x = kMargin + static_cast<double>(i % sheet.panelsPerLine) * (sheet.scale.width + kGap);
         const double y = top + static_cast<double>(i / sheet.panelsPerLine) * (sheet.scale.height + kCaption);
-        draw_panel(canvas, {x, y}, sheet.scale, sheet.camera, *row.run, figure, sheet.frames[i]);
+        draw_panel(canvas, {x, y}, sheet.scale, sheet.camera, row.run, row.figure, sheet.frames[i]);
     }
 }
 
-Sheet lay_out(const FilmstripOptions& options, const std::vector<FilmstripRow>& rows)
+Sheet lay_out(const FilmstripOptions& options, const std::vector<Row>& rows)
 {
     Sheet sheet;
     const bool single = rows.size() == 1;
-    size_t frame_count = rows[0].run->frameCount;
-    for (const FilmstripRow& row : rows)
-    {
-        frame_count = std::min(frame_count, row.run->frameCount);
-        sheet.figures.push_back(make_figure(row.run->skeleton));
-    }
+    size_t frame_count = rows[0].run.frameCount;
+    for (const Row& row : rows) { frame_count = std::min(frame_count, row.run.frameCount); }
     sheet.frames = pick_moments(frame_count, options.moments > 0 ? options.moments : single ? 10 : 8);
     const size_t wanted = options.panelsPerLine > 0 ? options.panelsPerLine : single ? 5 : sheet.frames.size();
     sheet.panelsPerLine = std::min(wanted, sheet.frames.size());
@@ -189,19 +195,19 @@ bool write_filmstrip(const std::string& path, const FilmstripOptions& options, c
         error = path + ": a filmstrip shows one to twelve runs at up to 64 moments";
         return false;
     }
+    std::vector<Row> views;
     for (const FilmstripRow& row : rows)
     {
-        if (!check_run(*row.run, error)) { return false; }
+        views.push_back({row.label, {}, {}});
+        if (!make_run_view(*row.recording, row.unit, views.back().run, error)) { return false; }
+        views.back().figure = make_figure(views.back().run.skeleton());
     }
-    const Sheet sheet = lay_out(options, rows);
+    const Sheet sheet = lay_out(options, views);
     const double panels = static_cast<double>(sheet.panelsPerLine);
     const double width = std::max(2.0 * kMargin + panels * (sheet.scale.width + kGap) - kGap, 860.0);
     Canvas canvas(width, kHeader + static_cast<double>(rows.size()) * row_height(sheet) + kMargin * 0.5);
-    draw_header(canvas, options, rows);
-    for (size_t r = 0; r < rows.size(); ++r)
-    {
-        draw_row(canvas, sheet, rows[r], sheet.figures[r], kHeader + static_cast<double>(r) * row_height(sheet));
-    }
+    draw_header(canvas, options, views[0].run);
+    for (size_t r = 0; r < rows.size(); ++r) { draw_row(canvas, sheet, views[r], kHeader + static_cast<double>(r) * row_height(sheet)); }
     return canvas.save_png(path, error);
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/report/run_view.h"
+#include "host/recording.h"
 
 namespace limbrex_tools
 {
@@ -13,7 +13,8 @@ namespace limbrex_tools
 struct FilmstripRow
 {
     std::string label;  // shown when there is more than one row
-    const RunView* run;
+    const limbrex_host::Recording* recording;
+    size_t unit = 0;  // index into Recording::units
 };
 
 struct FilmstripOptions
@@ -23,7 +24,7 @@ struct FilmstripOptions
     size_t panelsPerLine = 0;  // 0: five for one run, all moments for several
 };
 
-// Moments are spread evenly over the shortest run. False with `error` set on an unusable run or an unwritable file.
+// Moments are spread evenly over the shortest run. False with `error` set on an unusable recording or an unwritable file.
 bool write_filmstrip(const std::string& path, const FilmstripOptions& options, const std::vector<FilmstripRow>& rows, std::string& error);
 
 // The frames that are shown: `moments` of them from first to last, fewer when the run is shorter.

@@ -15,10 +15,11 @@ using limbrex_host::Vec3d;
 
 constexpr double kPanelRadius = 5.0;
 constexpr double kGridStep_m = 0.5;
-constexpr int kGridLines = 5;  // to each side of the hips
+constexpr int kGridLines = 7;  // to each side of the hips
 constexpr double kFarFade = 0.42;
 constexpr double kHalo = 1.1;  // points of paper around a limb, so that the nearer of two crossing ones is seen
 constexpr double kAnimatedThickness = 0.8;
+constexpr double kHeadShare = 0.040;      // radius over body height
 constexpr double kJointDotShare = 0.045;  // of the body height: bones at least this long show their joint
 constexpr Color kShadow = rgb(0xDFDFD9);
 constexpr Color kGrid = rgb(0xE6E6E1);
@@ -65,6 +66,15 @@ void draw_capsule(Canvas& canvas, Point a, double radius_a, Point b, double radi
                         color);
 }
 
+// A skull between two points of the head bone, or a ball at the head joint where nothing marks the crown.
+void draw_head(Canvas& canvas, const View& view, const BodyFigure& figure, const std::vector<Vec3d>& joints, double swell, Color color)
+{
+    const Vec3d base = joints[static_cast<size_t>(figure.head)];
+    const Vec3d tip = figure.headTip < 0 ? base : joints[static_cast<size_t>(figure.headTip)];
+    const double radius = kHeadShare * figure.height * view.scale.pointsPerMetre + swell;
+    draw_capsule(canvas, view.at(base + (tip - base) * 0.38), 0.86 * radius, view.at(base + (tip - base) * 0.66), radius, color);
+}
+
 void draw_grid(Canvas& canvas, const View& view, Vec3d centre)
 {
     const double first_x = std::floor(centre.x / kGridStep_m) * kGridStep_m - centre.x;
@@ -94,6 +104,7 @@ void draw_shadow(Canvas& canvas, const View& view, const BodyFigure& figure, con
 void draw_animated(Canvas& canvas, const View& view, const BodyFigure& figure, const std::vector<Vec3d>& joints)
 {
     const double k = view.scale.pointsPerMetre * kAnimatedThickness;
+    if (figure.head >= 0) { draw_head(canvas, view, figure, joints, 0.0, kAnimated); }
     for (const FigureBone& bone : figure.bones)
     {
         draw_capsule(canvas, view.at(joints[bone.from]), bone.radiusFrom * k, view.at(joints[bone.to]), bone.radiusTo * k, kAnimated);
@@ -115,26 +126,35 @@ void draw_bone(Canvas& canvas, const View& view, const FigureBone& bone, const s
     }
 }
 
-// Far bones first.
+// Far bones first; the skull in the place of the head's own bone, or after the neck's.
 void draw_solved(Canvas& canvas, const View& view, const BodyFigure& figure, const std::vector<Vec3d>& joints)
 {
     std::vector<std::pair<double, const FigureBone*>> order;
     for (const FigureBone& bone : figure.bones) { order.emplace_back(view.depth(joints[bone.from]) + view.depth(joints[bone.to]), &bone); }
     std::stable_sort(order.begin(), order.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-    for (const auto& [depth, bone] : order) { draw_bone(canvas, view, *bone, joints, figure); }
+    for (const auto& [depth, bone] : order)
+    {
+        if (static_cast<int32_t>(bone->to) != figure.headTip)
+        {
+            draw_bone(canvas, view, *bone, joints, figure);
+            if (static_cast<int32_t>(bone->to) != figure.head || figure.headTip >= 0) { continue; }
+        }
+        draw_head(canvas, view, figure, joints, kHalo, kPaper);
+        draw_head(canvas, view, figure, joints, 0.0, kCentre);
+    }
 }
 
 double draw_goals(Canvas& canvas, const View& view, const RunView& run, size_t frame, Vec3d centre)
 {
     double worst = -1.0;
-    for (const GoalTrack& track : run.goals)
+    for (const GoalView& goal_view : run.goals)
     {
-        const GoalSample& sample = track.samples[frame];
+        const GoalPoint& sample = goal_view.points[frame];
         if (!sample.active) { continue; }
-        const Point goal = view.at(sample.goal_world - centre);
+        const Point goal = view.at(sample.target_world - centre);
         canvas.line(view.at(sample.reached_world - centre), goal, kTarget, 1.3);
         draw_target(canvas, goal, 5.0);
-        worst = std::max(worst, length(sample.goal_world - sample.reached_world));
+        worst = std::max(worst, length(sample.target_world - sample.reached_world));
     }
     return worst;
 }
@@ -173,16 +193,20 @@ void draw_panel(Canvas& canvas, Point corner, const PanelScale& scale, const Cam
     canvas.fill_rectangle(corner, scale.width, scale.height, rgb(0xFFFFFF), kPanelRadius);
     canvas.push_clip(corner, scale.width, scale.height);
     draw_grid(canvas, view, centre);
-    draw_shadow(canvas, view, figure, solved);
-    draw_animated(canvas, view, figure, animated);
-    draw_solved(canvas, view, figure, solved);
-    const double worst = draw_goals(canvas, view, run, frame, centre);
+    double worst = -1.0;
+    if (run.present(frame))
+    {
+        draw_shadow(canvas, view, figure, solved);
+        draw_animated(canvas, view, figure, animated);
+        draw_solved(canvas, view, figure, solved);
+        worst = draw_goals(canvas, view, run, frame, centre);
+    }
     canvas.pop_clip();
     canvas.stroke_rectangle(corner, scale.width, scale.height, kHairline, 0.8, kPanelRadius);
     const double base = corner.y + scale.height + 14.0;
-    canvas.text({corner.x + 2.0, base}, fmt::format("{:.2f} s", static_cast<double>(frame) / run.framesPerSecond),
+    canvas.text({corner.x + 2.0, base}, fmt::format("{:.2f} s", static_cast<double>(frame) / run.recording->framesPerSecond),
                 {10.5, kInk, true, Align::Left});
-    canvas.text({corner.x + 48.0, base}, fmt::format("frame {}", run.firstFrame + frame), {9.5, kMutedInk, false, Align::Left});
+    canvas.text({corner.x + 48.0, base}, fmt::format("frame {}", run.recording->firstFrame + frame), {9.5, kMutedInk, false, Align::Left});
     if (worst >= 0.0)
     {
         canvas.text({corner.x + scale.width - 2.0, base}, fmt::format("{:.1f} cm off", worst * 100.0),

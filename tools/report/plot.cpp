@@ -57,7 +57,11 @@ void widen(Range& range, bool& any, double value)
 // Room above the data; linear axes begin at zero where the data does not go below it.
 Range settle(Range range, bool log)
 {
-    if (log) { return {std::floor(range.low), std::max(std::ceil(range.high), std::floor(range.low) + 1.0)}; }
+    if (log)
+    {
+        const double low = std::floor(range.low - 0.15);  // a bar of exactly one decade's value is still seen
+        return {low, std::max(std::ceil(range.high), low + 1.0)};
+    }
     range.low = std::min(range.low, 0.0);
     if (range.high <= range.low) { range.high = range.low + 1.0; }
     return {range.low, range.high + 0.05 * (range.high - range.low)};
