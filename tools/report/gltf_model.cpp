@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/animation/import_names.h"
 #include "tools/report/pending_file.h"
 #include "tools/report/utf8.h"
 
@@ -14,6 +15,7 @@ namespace limbrex_tools
 struct GltfModel::Model
 {
     tinygltf::Model gltf;
+    limbrex_host::UniqueNames nodeNames;
 };
 
 namespace
@@ -127,7 +129,7 @@ int GltfModel::add_node(const GltfNode& node)
 {
     tinygltf::Model& gltf = model_->gltf;
     tinygltf::Node stored;
-    stored.name = valid_utf8(node.name);
+    stored.name = model_->nodeNames.take(valid_utf8(node.name));
     stored.mesh = node.mesh;
     stored.translation = doubles(node.translation);
     stored.rotation = doubles(node.rotation);

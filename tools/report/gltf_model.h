@@ -15,7 +15,7 @@ namespace limbrex_tools
 
 struct GltfNode
 {
-    std::string name;  // bytes that are no UTF-8 are replaced
+    std::string name;  // bytes that are no UTF-8 are replaced; a name that is taken gets a number, since readers bind keys by name
     int parent = -1;   // -1: a root of the scene
     std::array<float, 3> translation{0.0f, 0.0f, 0.0f};
     std::array<float, 4> rotation{0.0f, 0.0f, 0.0f, 1.0f};

@@ -158,7 +158,7 @@ void add_figure(Stage& stage, const RunView& run, const BodyFigure& figure, cons
         const limbrex_host::Joint& joint = run.skeleton().joints[j];
         const auto local = [&](size_t frame) { return joint_local(run, poses.data() + frame * run.joint_count(), j); };
         GltfNode node;
-        node.name = joint.name;
+        node.name = solved ? joint.name : joint.name + " animated";
         node.parent = joint.parent < 0 ? group : nodes[static_cast<size_t>(joint.parent)];
         node.translation = to_floats(local(0).position);
         node.rotation = to_floats(local(0).rotation);
