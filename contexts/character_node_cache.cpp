@@ -8,8 +8,7 @@
 namespace
 {
 
-// What a rig's parent list holds past its end.
-constexpr uint32_t kNoParentName = 0xFFFFFFFFu;
+static_assert(kParentLevelCount == kParentNameCount, "a table for every parent that a rig can name");
 
 struct NodeNames
 {
@@ -57,7 +56,7 @@ bool find_parents(CharacterContext& context, const CompiledCharacter& resource, 
     for (uint32_t i = 0; i < resource.parentOffsetCount; ++i)
     {
         const uint32_t name_hash = records[i].parentNames[level];
-        if (records[i].nodeId != node_id || name_hash == kNoParentName) continue;
+        if (records[i].nodeId != node_id || name_hash == kNoNameHash) continue;
         const int32_t node_index = names.find(name_hash);
         if (node_index < 0)
         {
