@@ -270,8 +270,13 @@ typedef struct LBXDataDescription
 {
     int32_t space;                         /* 0 global, 1 local: relative to the rig's parent joint, parent offsets included */
     uint32_t offsetT, offsetQ, offsetS, stride; /* bytes */
-    const int32_t *nodeIds;                /* one a record: -1 skips the record, -2 ends; null: one record per used node in slot order */
+    const int32_t *nodeIds;                /* one a record, see below; null: one record a used node */
 } LBXDataDescription;
+/* Lists: -2 ends a list; -1, like every id outside 0 to 211, skips its record; a node that the rig lacks reads and writes the spare entry of
+ * the state; of a node listed twice the last record counts. Without a list the records are as many as there are used nodes (Reference first when
+ * it is used, none for it otherwise), in the character's own order: parents before children, the children of a node one after the other in the
+ * order of LBXGetChildNodeId. Offsets need no alignment. Setters read three floats at offsetT and offsetS and four at offsetQ; the getter writes
+ * four at each. A space other than 0 and 1 does nothing. */
 
 LBX_API LBXCharacterState *LBXCharacterStateCreate(const LBXCharacter *character, LBXAllocateFunction allocate);
 /** Builds a state in caller memory of LBXCharacterStateGetSize bytes; null, nothing written, when memory is null or not 16-byte aligned. */
