@@ -275,6 +275,34 @@ TEST(EffectorPlacement, ChestEndStandsBetweenTheShouldersOrElseTheArmsAndTurnsWi
     }
 }
 
+// What is left of a body still has effectors where they make sense.
+TEST(EffectorPlacement, OneOfAPairStandsForBothAndWithoutAnyTheBodyItself)
+{
+    for (const bool left : {true, false})
+    {
+        LBXCharacterDefinition definition{};
+        for (const int node : {0, 1, 8}) definition.nodeFlags[node] = LBXNodeUsed;
+        if (left) definition.nodeFlags[LBXNodeLeftUpLeg] = definition.nodeFlags[LBXNodeLeftArm] = LBXNodeUsed;
+        LBXCharacter* character = LBXCharacterCreate(&definition, std::malloc);
+        ASSERT_NE(character, nullptr);
+        LBXCharacterize(character);
+        const StateOwner state = limbrex_test::make_state(character);
+        const auto set = limbrex_test::make_effector_set();
+        const auto properties = limbrex_test::make_property_set();
+        const float none[4] = {0, 0, 0, 1};
+        const auto put = [&](int node, std::array<float, 3> t) { LBXSetNodeStateTQfv(character, state.get(), node, t.data(), none); };
+        put(LBXNodeHips, {1, 1, 1});
+        put(LBXNodeSpine, {2, 2, 2});
+        put(LBXNodeLeftUpLeg, {3, 3, 3});
+        put(LBXNodeLeftArm, {4, 4, 4});
+        LBXEffectorSetFromState(character, set.get(), state.get(), properties.get());
+        const float hips = left ? 3.0f : 1.0f, chest = left ? 4.0f : 2.0f;
+        expect_target(set.get(), LBXEffectorHips, {hips, hips, hips}, {0, 0, 0, 1});
+        expect_target(set.get(), LBXEffectorChestEnd, {chest, chest, chest}, {0, 0, 0, 1});
+        LBXCharacterDestroy(character, std::free);
+    }
+}
+
 TEST(EffectorPlacement, FingersStandOnTheirLastJointAndTurnWithTheThirdOrTheFirst)
 {
     limbrex_test::RigOptions three, four;

@@ -13,54 +13,6 @@ namespace
 
 using namespace pose_oracle;
 
-// The bytes of a state as what they are: a header of 16 bytes, the spare entry, then an entry a slot.
-struct Entry
-{
-    Transform global, local;
-};
-const Entry* entries(const LBXCharacterState* state)
-{
-    return reinterpret_cast<const Entry*>(reinterpret_cast<const char*>(state) + 16) + 1;
-}
-
-// Found by a mark that only this node carries.
-int slot_by_mark(const LBXCharacter* character, int node)
-{
-    const StateOwner state(LBXCharacterStateCreate(character, std::malloc));
-    const float mark[3] = {12345.0f, 0.0f, 0.0f};
-    const float turn[4] = {0, 0, 0, 1};
-    LBXSetNodeStateTQfv(character, state.get(), node, mark, turn);
-    const int count = static_cast<int>(LBXCharacterStateGetSizeFromState(state.get()) / sizeof(Entry)) - 1;
-    for (int slot = -1; slot < count; ++slot)
-    {
-        if (std::abs(entries(state.get())[slot].global.t[0]) > 10000.0f) return slot;
-    }
-    return -2;
-}
-
-// What the solver relies on: local = parent's stored global inverse times own stored global, scales and parent offsets apart.
-double worst_local(const Rig& rig, const LBXCharacterState* state)
-{
-    double worst = 0.0;
-    for (const int node : rig.nodes)
-    {
-        const int parent = LBXGetParentNodeId(rig.character, node);
-        const Entry& entry = entries(state)[slot_by_mark(rig.character, node)];
-        Transform own = entry.global;
-        Transform local = entry.local;
-        for (int i = 0; i < 3; ++i) own.s[i] = local.s[i] = 1.0f;
-        Matrix rebuilt = matrix_of(local);
-        if (parent >= 0)
-        {
-            Transform above = entries(state)[slot_by_mark(rig.character, parent)].global;
-            for (int i = 0; i < 3; ++i) above.s[i] = 1.0f;
-            rebuilt = rebuilt * matrix_of(above);
-        }
-        worst = std::fmax(worst, largest_difference(rebuilt, matrix_of(own)));
-    }
-    return worst;
-}
-
 TEST(State, TakesSixteenBytesAndNinetySixForEveryUsedNodeTheReferenceAndTheSpare)
 {
     LBXCharacterDefinition definition{};

@@ -57,6 +57,7 @@ TEST(PoseTransfer, LocalsPutEveryNodeWhereWalkingTheChainPutsItAndReadBackAsSet)
             const Matrix found = matrix_of(node_global(rig.character, state.get(), node));
             EXPECT_LT(largest_difference(found, walked(rig, by_node, node)), 5e-5) << "kind " << kind << " node " << node;
         }
+        EXPECT_LT(worst_local(rig, state.get()), 1e-5) << "kind " << kind;
         const std::vector<Transform> read = read_pose(rig, state.get(), 1);
         for (size_t i = 0; i < read.size(); ++i)
             EXPECT_LT(difference(read[i], locals[i]), 5e-5f) << "kind " << kind << " node " << rig.nodes[i];
@@ -131,6 +132,7 @@ TEST(PoseTransfer, NodesThatAreNotListedFollowTheirParentsAndThoseBesideKeepEver
         ids.push_back(-2);
         const LBXDataDescription description = described(1, ids);
         LBXSetCharacterStateTransformTQS(rig.character, state.get(), &description, records.data());
+        EXPECT_LT(worst_local(rig, state.get()), 1e-5) << round;
         const std::vector<Transform> locals = read_pose(rig, state.get(), 1);
         const std::vector<Transform> globals = read_pose(rig, state.get(), 0);
         for (size_t i = 0; i < rig.nodes.size(); ++i)
