@@ -15,7 +15,8 @@ LBX_API bool LBXDebugGetNodeFrame(const LBXCharacter *character, int node, float
                                   uint32_t *flags);
 /** The axis that the limb's middle joint bends about, in the stored frame of the middle joint's parent. Four floats. */
 LBX_API void LBXDebugGetLimbBendAxis(const LBXCharacter *character, int limb, float *n3);
-/** A rotation of the node's built-in frame and order as joint angles in radians, and back. Four floats each. */
+/** A rotation of the node's frame and order as joint angles in radians, and back: those of its limit record when it has one, else the built-in
+ * ones. The rotation is the stored local one, in the stance. Four floats each; nothing is written for an unused node. */
 LBX_API void LBXDebugAnglesFromRotation(const LBXCharacter *character, int node, const float *q4, float *angles3);
 LBX_API void LBXDebugRotationFromAngles(const LBXCharacter *character, int node, const float *angles3, float *q4);
 /** The stored global transform, relative to the stance. Four floats each. */

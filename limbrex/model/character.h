@@ -64,8 +64,7 @@ struct LimbRecord
     int32_t upperRoll, lowerRoll;   // 1 when the segment carries twist joints
     int32_t inverted;
     Vec4 bendAxis;                  // unit, stored frame of middleParent
-    Quat plainPre[2];               // pre-rotations of upper and middle joint as characterized, for toggling the inversion
-    JointFrame plainFrames[2];      // and their whole node frames
+    Quat plainPre[2];               // pre-rotations of upper and middle joint as characterized, put back when the inversion ends
     bool complete() const { return slots[kLimbUpper] >= 0 && slots[kLimbMiddle] >= 0 && slots[kLimbEnd] >= 0; }
 };
 
@@ -141,7 +140,8 @@ inline const LimitRecord* limit_of_slot(const LBXCharacter& c, int slot)
 // Slot of the top of the spine, -1 when the rig has no Spine.
 inline int chest_slot(const LBXCharacter& c) { return c.spine.count > 0 ? c.spine.slots[c.spine.count - 1] : -1; }
 
-// Object blocks: aligned to 16 bytes inside what the caller's function returned, the raw pointer in the 8 bytes in front. Slack of 23 bytes.
+// Object blocks: aligned to 16 bytes inside what the caller's function returned, the raw pointer in the 8 bytes in front.
+inline constexpr size_t kBlockSlack = 8 + 15;
 void* allocate_block(size_t size, LBXAllocateFunction allocate);
 void free_block(void* object, LBXFreeFunction free_function);
 
