@@ -53,7 +53,7 @@ struct BlockLayout
 
 struct Counts
 {
-    uint32_t used = 0;    // every used node can have a parent offset
+    uint32_t used = 0;  // every used node can have a parent offset
     uint32_t limits = 0;
 };
 Counts count_nodes(const LBXCharacterDefinition& definition)

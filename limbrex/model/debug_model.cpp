@@ -30,7 +30,8 @@ const JointFrame* frame_in_use(const LBXCharacter* character, int node)
 
 using namespace lbx;
 
-bool LBXDebugGetNodeFrame(const LBXCharacter* character, int node, float* pre4, float* post4, int* order, float* min3, float* max3, uint32_t* flags)
+bool LBXDebugGetNodeFrame(const LBXCharacter* character, int node, float* pre4, float* post4, int* order, float* min3, float* max3,
+                          uint32_t* flags)
 {
     const JointFrame* frame = find_frame(character, node);
     if (!frame) return false;

@@ -114,12 +114,14 @@ constexpr Precedence make_precedence()
 {
     Precedence list{};
     PrecedenceWriter writer{list};
-    for (const int node : {LBXNodeReference, LBXNodeHips, LBXNodeHipsTranslation, LBXNodeLeftUpLeg, LBXNodeRightUpLeg, LBXNodeSpine}) writer.add(node);
+    for (const int node : {LBXNodeReference, LBXNodeHips, LBXNodeHipsTranslation, LBXNodeLeftUpLeg, LBXNodeRightUpLeg, LBXNodeSpine})
+        writer.add(node);
     for (int segment = 0; segment < 4; ++segment) writer.add_segment(segment);
     for (const int node : {LBXNodeLeftToeBase, LBXNodeRightToeBase}) writer.add(node);
     for (const int extremity : {2, 3}) writer.add_fingers(extremity);
     for (int n = 1; n <= kFurtherSpineCount; ++n) writer.add(spine_node(n));
-    for (const int node : {LBXNodeLeftShoulder, LBXNodeRightShoulder, LBXNodeLeftShoulderExtra, LBXNodeRightShoulderExtra, LBXNodeLeftArm, LBXNodeRightArm})
+    for (const int node :
+         {LBXNodeLeftShoulder, LBXNodeRightShoulder, LBXNodeLeftShoulderExtra, LBXNodeRightShoulderExtra, LBXNodeLeftArm, LBXNodeRightArm})
     {
         writer.add(node);
     }

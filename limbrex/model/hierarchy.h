@@ -9,8 +9,8 @@ namespace lbx
 struct Hierarchy
 {
     bool used[kNodeCount];
-    int32_t parent[kNodeCount];      // node id; -1 for Reference, for unused nodes and for nodes that nothing links
-    bool rollSegment[kNodeCount];    // twist joints hang on this node's bone
+    int32_t parent[kNodeCount];             // node id; -1 for Reference, for unused nodes and for nodes that nothing links
+    bool rollSegment[kNodeCount];           // twist joints hang on this node's bone
     int32_t spine[kFurtherSpineCount + 1];  // the chain from Spine up to the first gap, node ids
     int32_t spineCount;
     int32_t neck[kFurtherNeckCount + 1];

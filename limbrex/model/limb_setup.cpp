@@ -91,7 +91,8 @@ void apply_inversion(LBXCharacter& c, int limb)
         if (slot < 0) continue;
         // An arm's upper joint bends forwards and backwards alike and keeps its frame.
         const bool mirrored = inverted && (joint == 1 || is_leg(limb));
-        set_pre_rotation(node_records(c)[slot].joint, mirrored ? mirrored_pre_rotation(record.plainPre[joint], joint == 1) : record.plainPre[joint]);
+        set_pre_rotation(node_records(c)[slot].joint,
+                         mirrored ? mirrored_pre_rotation(record.plainPre[joint], joint == 1) : record.plainPre[joint]);
     }
     record.bendAxis = bend_axis(c, limb);
 }

@@ -28,10 +28,7 @@ Quat read_rotation(const double* q)
     return vec4(static_cast<float>(q[0]), static_cast<float>(q[1]), static_cast<float>(q[2]), static_cast<float>(q[3]));
 }
 
-void set_activity(JointFrame& joint, uint32_t mask, uint32_t which)
-{
-    joint.flags = (joint.flags & ~(which << 1)) | ((mask & which) << 1);
-}
+void set_activity(JointFrame& joint, uint32_t mask, uint32_t which) { joint.flags = (joint.flags & ~(which << 1)) | ((mask & which) << 1); }
 
 template <class Number>
 void set_minimum(LBXCharacter* character, int node, const Number* minimum, uint32_t mask)
@@ -72,7 +69,8 @@ void set_post(LBXCharacter* character, int node, const Number* post)
 }
 
 template <class Number>
-void set_limits(LBXCharacter* character, int node, const Number* minimum, const Number* maximum, const Number* pre, const Number* post, uint32_t mask)
+void set_limits(LBXCharacter* character, int node, const Number* minimum, const Number* maximum, const Number* pre, const Number* post,
+                uint32_t mask)
 {
     set_minimum(character, node, minimum, mask);
     set_maximum(character, node, maximum, mask);
@@ -81,7 +79,8 @@ void set_limits(LBXCharacter* character, int node, const Number* minimum, const 
 }
 
 template <class Number>
-void get_limits(const LBXCharacter* character, int node, Number* minimum, Number* maximum, Number* pre, Number* post, uint32_t* mask, int* order)
+void get_limits(const LBXCharacter* character, int node, Number* minimum, Number* maximum, Number* pre, Number* post, uint32_t* mask,
+                int* order)
 {
     const int slot = character ? slot_of(*character, node) : -1;
     const LimitRecord* limit = slot >= 0 ? limit_of_slot(*character, slot) : nullptr;
@@ -100,7 +99,8 @@ void get_limits(const LBXCharacter* character, int node, Number* minimum, Number
 
 using namespace lbx;
 
-void LBXSetNodeLimitsfv(LBXCharacter* character, int node, const float* min3, const float* max3, const float* pre4, const float* post4, uint32_t mask)
+void LBXSetNodeLimitsfv(LBXCharacter* character, int node, const float* min3, const float* max3, const float* pre4, const float* post4,
+                        uint32_t mask)
 {
     set_limits(character, node, min3, max3, pre4, post4, mask);
 }
@@ -109,10 +109,22 @@ void LBXSetNodeLimitsdv(LBXCharacter* character, int node, const double* min3, c
 {
     set_limits(character, node, min3, max3, pre4, post4, mask);
 }
-void LBXSetNodeLimitsMinfv(LBXCharacter* character, int node, const float* min3, uint32_t mask) { set_minimum(character, node, min3, mask); }
-void LBXSetNodeLimitsMindv(LBXCharacter* character, int node, const double* min3, uint32_t mask) { set_minimum(character, node, min3, mask); }
-void LBXSetNodeLimitsMaxfv(LBXCharacter* character, int node, const float* max3, uint32_t mask) { set_maximum(character, node, max3, mask); }
-void LBXSetNodeLimitsMaxdv(LBXCharacter* character, int node, const double* max3, uint32_t mask) { set_maximum(character, node, max3, mask); }
+void LBXSetNodeLimitsMinfv(LBXCharacter* character, int node, const float* min3, uint32_t mask)
+{
+    set_minimum(character, node, min3, mask);
+}
+void LBXSetNodeLimitsMindv(LBXCharacter* character, int node, const double* min3, uint32_t mask)
+{
+    set_minimum(character, node, min3, mask);
+}
+void LBXSetNodeLimitsMaxfv(LBXCharacter* character, int node, const float* max3, uint32_t mask)
+{
+    set_maximum(character, node, max3, mask);
+}
+void LBXSetNodeLimitsMaxdv(LBXCharacter* character, int node, const double* max3, uint32_t mask)
+{
+    set_maximum(character, node, max3, mask);
+}
 void LBXSetNodeLimitsPreRotationfv(LBXCharacter* character, int node, const float* q4) { set_pre(character, node, q4); }
 void LBXSetNodeLimitsPreRotationdv(LBXCharacter* character, int node, const double* q4) { set_pre(character, node, q4); }
 void LBXSetNodeLimitsPostRotationfv(LBXCharacter* character, int node, const float* q4) { set_post(character, node, q4); }
@@ -133,11 +145,13 @@ void LBXSetNodeTranslationLimit(LBXCharacter* character, int node, float min_fac
     limit->translationOn = on ? 1 : 0;
 }
 
-void LBXGetNodeLimits(const LBXCharacter* character, int node, float* min3, float* max3, float* pre4, float* post4, uint32_t* mask, int* order)
+void LBXGetNodeLimits(const LBXCharacter* character, int node, float* min3, float* max3, float* pre4, float* post4, uint32_t* mask,
+                      int* order)
 {
     get_limits(character, node, min3, max3, pre4, post4, mask, order);
 }
-void LBXGetNodeLimitsdv(const LBXCharacter* character, int node, double* min3, double* max3, double* pre4, double* post4, uint32_t* mask, int* order)
+void LBXGetNodeLimitsdv(const LBXCharacter* character, int node, double* min3, double* max3, double* pre4, double* post4, uint32_t* mask,
+                        int* order)
 {
     get_limits(character, node, min3, max3, pre4, post4, mask, order);
 }

@@ -31,21 +31,22 @@ constexpr Name joined(const char* a, const char* b = "", const char* c = "", int
 }
 
 constexpr const char* kNamedNodes[] = {
-    "Reference",     "Hips",           "LeftUpLeg",        "LeftLeg",         "LeftFoot",         "RightUpLeg",       "RightLeg",
-    "RightFoot",     "Spine",          "LeftArm",          "LeftForeArm",     "LeftHand",         "RightArm",         "RightForeArm",
-    "RightHand",     "Head",           "LeftToeBase",      "RightToeBase",    "LeftShoulder",     "RightShoulder",    "Neck",
-    "LeftFingerBase", "RightFingerBase",
+    "Reference",   "Hips",         "LeftUpLeg",    "LeftLeg",       "LeftFoot", "RightUpLeg",     "RightLeg",        "RightFoot",
+    "Spine",       "LeftArm",      "LeftForeArm",  "LeftHand",      "RightArm", "RightForeArm",   "RightHand",       "Head",
+    "LeftToeBase", "RightToeBase", "LeftShoulder", "RightShoulder", "Neck",     "LeftFingerBase", "RightFingerBase",
 };
 static_assert(std::size(kNamedNodes) == LBXNodeSpine1, "numbered spine and neck nodes follow");
 constexpr const char* kNamedEffectors[] = {
-    "Hips",       "LeftAnkle", "RightAnkle", "LeftWrist",    "RightWrist",    "LeftKnee", "RightKnee", "LeftElbow", "RightElbow", "ChestOrigin",
-    "ChestEnd",   "LeftFoot",  "RightFoot",  "LeftShoulder", "RightShoulder", "Head",     "LeftHip",   "RightHip",  "LeftHand",   "RightHand",
+    "Hips",          "LeftAnkle",  "RightAnkle",  "LeftWrist", "RightWrist", "LeftKnee",  "RightKnee",
+    "LeftElbow",     "RightElbow", "ChestOrigin", "ChestEnd",  "LeftFoot",   "RightFoot", "LeftShoulder",
+    "RightShoulder", "Head",       "LeftHip",     "RightHip",  "LeftHand",   "RightHand",
 };
 static_assert(std::size(kNamedEffectors) == LBXEffectorLeftHandThumb, "finger effectors follow");
 constexpr const char* kExtremityNames[kExtremityCount] = {"LeftHand", "RightHand", "LeftFoot", "RightFoot"};
 constexpr const char* kInExtremityNames[kExtremityCount] = {"LeftInHand", "RightInHand", "LeftInFoot", "RightInFoot"};
 constexpr const char* kFingerNames[kFingerCount] = {"Thumb", "Index", "Middle", "Ring", "Pinky", "ExtraFinger"};
-constexpr const char* kSegmentNames[kSegmentCount] = {"LeftUpLeg", "LeftLeg", "RightUpLeg", "RightLeg", "LeftArm", "LeftForeArm", "RightArm", "RightForeArm"};
+constexpr const char* kSegmentNames[kSegmentCount] = {"LeftUpLeg", "LeftLeg",     "RightUpLeg", "RightLeg",
+                                                      "LeftArm",   "LeftForeArm", "RightArm",   "RightForeArm"};
 
 struct NameTable
 {
@@ -81,7 +82,8 @@ constexpr NameTable make_names()
     for (int segment = 0; segment < kSegmentCount; ++segment)
     {
         table.nodes[roll_node(segment)] = joined(kSegmentNames[segment], "Roll");
-        for (int n = 1; n <= kLeafRollCount; ++n) table.nodes[leaf_roll_node(segment, n)] = joined("Leaf", kSegmentNames[segment], "Roll", n);
+        for (int n = 1; n <= kLeafRollCount; ++n)
+            table.nodes[leaf_roll_node(segment, n)] = joined("Leaf", kSegmentNames[segment], "Roll", n);
     }
     return table;
 }

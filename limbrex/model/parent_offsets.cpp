@@ -38,10 +38,19 @@ void get_offset(const LBXCharacter* character, int node, Number* t, Number* q, N
 
 using namespace lbx;
 
-void LBXSetParentOffsetTQSfv(LBXCharacter* character, int node, const float* t, const float* q, const float* s) { set_offset(character, node, t, q, s); }
+void LBXSetParentOffsetTQSfv(LBXCharacter* character, int node, const float* t, const float* q, const float* s)
+{
+    set_offset(character, node, t, q, s);
+}
 void LBXSetParentOffsetTQSdv(LBXCharacter* character, int node, const double* t, const double* q, const double* s)
 {
     set_offset(character, node, t, q, s);
 }
-void LBXGetParentOffsetTQSfv(const LBXCharacter* character, int node, float* t, float* q, float* s) { get_offset(character, node, t, q, s); }
-void LBXGetParentOffsetTQSdv(const LBXCharacter* character, int node, double* t, double* q, double* s) { get_offset(character, node, t, q, s); }
+void LBXGetParentOffsetTQSfv(const LBXCharacter* character, int node, float* t, float* q, float* s)
+{
+    get_offset(character, node, t, q, s);
+}
+void LBXGetParentOffsetTQSdv(const LBXCharacter* character, int node, double* t, double* q, double* s)
+{
+    get_offset(character, node, t, q, s);
+}

@@ -32,8 +32,8 @@ constexpr std::array<EffectorRow, kEffectorCount> make_effectors()
     rows[LBXEffectorRightHand] = on_node(LBXNodeRightFingerBase);
 
     // Four hands and feet of six fingers; a left one's twin follows six places on.
-    constexpr EffectorKind kinds[kExtremityCount] = {EffectorKind::LeftHandFinger, EffectorKind::RightHandFinger, EffectorKind::LeftFootFinger,
-                                                     EffectorKind::RightFootFinger};
+    constexpr EffectorKind kinds[kExtremityCount] = {EffectorKind::LeftHandFinger, EffectorKind::RightHandFinger,
+                                                     EffectorKind::LeftFootFinger, EffectorKind::RightFootFinger};
     for (int extremity = 0; extremity < kExtremityCount; ++extremity)
     {
         for (int finger = 0; finger < kFingerCount; ++finger)

@@ -28,13 +28,14 @@ struct RigOptions
     bool hipsTranslation = false;
     bool armRolls = false;  // one twist joint on each arm segment
     bool legRolls = false;
-    int leafRolls = 0;           // 0 to 5 leaf twist joints on every segment; then the roll nodes above are not linked
-    bool straightLimbs = false;  // knees and elbows exactly on the line from root to end; otherwise a few degrees bent, as captured skeletons are
-    bool awkwardRotations = false;  // random node orientations in the stance instead of none
-    bool parentOffsets = false;     // random parent offsets (turned, shifted, unscaled) on every node
-    uint32_t seed = 1;              // of the random rotations and offsets
-    float scale = 1.0f;             // length unit: 1 metres, 100 centimetres
-    std::vector<int> limitedNodes;  // nodes with a limit record, added to those above
+    int leafRolls = 0;  // 0 to 5 leaf twist joints on every segment; then the roll nodes above are not linked
+    bool straightLimbs =
+        false;  // knees and elbows exactly on the line from root to end; otherwise a few degrees bent, as captured skeletons are
+    bool awkwardRotations = false;                          // random node orientations in the stance instead of none
+    bool parentOffsets = false;                             // random parent offsets (turned, shifted, unscaled) on every node
+    uint32_t seed = 1;                                      // of the random rotations and offsets
+    float scale = 1.0f;                                     // length unit: 1 metres, 100 centimetres
+    std::vector<int> limitedNodes;                          // nodes with a limit record, added to those above
     std::function<void(LBXCharacter*)> beforeCharacterize;  // sets limits, changes the stance
 };
 // The rig that the benches measure: arm rolls on, 60 nodes with Reference.
