@@ -24,6 +24,7 @@ struct HostActor
     CollisionFilter filter;
     size_t collider = HostPhysics::kNone;
     float height_m = 0.0f;
+    int32_t followNode = -1;  // stands below this node; -1: where the unit stands
 };
 
 struct HostUnit

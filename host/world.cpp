@@ -28,6 +28,12 @@ void HostWorld::move_actors()
         if (!unit->hasActor) { continue; }
         NodePose pose;
         pose.position = unit->position_world;
+        if (unit->actor.followNode >= 0)
+        {
+            const float* const row = unit->tree.worlds[static_cast<size_t>(unit->actor.followNode)].m + 12;
+            pose.position[0] = row[0];
+            pose.position[1] = row[1];
+        }
         pose.position[2] += 0.5f * unit->actor.height_m;
         physics.move(unit->actor.collider, pose);
     }
