@@ -202,7 +202,7 @@ typedef struct LBXCharacter LBXCharacter;
 /** A character whose stance is still identity everywhere. Null when allocation fails or an argument is null. */
 LBX_API LBXCharacter *LBXCharacterCreate(const LBXCharacterDefinition *definition, LBXAllocateFunction allocate);
 /** Frees the block; every state made for the character becomes meaningless. Null is allowed. */
-LBX_API void LBXCharacterDestroy(LBXCharacter *character, LBXFreeFunction free_block);
+LBX_API void LBXCharacterDestroy(LBXCharacter *character, LBXFreeFunction free_function);
 /** Bytes of the block. The block may be copied as bytes to any 16-byte aligned address and used there. */
 LBX_API size_t LBXCharacterGetSize(const LBXCharacter *character);
 
@@ -281,7 +281,7 @@ typedef struct LBXDataDescription
 LBX_API LBXCharacterState *LBXCharacterStateCreate(const LBXCharacter *character, LBXAllocateFunction allocate);
 /** Builds a state in caller memory of LBXCharacterStateGetSize bytes; null, nothing written, when memory is null or not 16-byte aligned. */
 LBX_API LBXCharacterState *LBXCharacterStateInit(const LBXCharacter *character, void *memory);
-LBX_API void LBXCharacterStateDestroy(LBXCharacterState *state, LBXFreeFunction free_block);
+LBX_API void LBXCharacterStateDestroy(LBXCharacterState *state, LBXFreeFunction free_function);
 LBX_API size_t LBXCharacterStateGetSize(const LBXCharacter *character);
 LBX_API size_t LBXCharacterStateGetSizeFromDefinition(const LBXCharacterDefinition *definition);
 LBX_API size_t LBXCharacterStateGetSizeFromState(const LBXCharacterState *state);
@@ -583,7 +583,7 @@ enum
 LBX_API LBXPropertySet *LBXPropertySetCreate(LBXAllocateFunction allocate);
 /** Every property back to its default; returns the set (null stays null). */
 LBX_API LBXPropertySet *LBXPropertySetInit(LBXPropertySet *set);
-LBX_API void LBXPropertySetDestroy(LBXPropertySet *set, LBXFreeFunction free_block);
+LBX_API void LBXPropertySetDestroy(LBXPropertySet *set, LBXFreeFunction free_function);
 LBX_API size_t LBXPropertySetGetSize(void);
 /** Stores a mode as given; ids outside 0 to 251 are ignored. */
 LBX_API void LBXPropertySetMode(LBXPropertySet *set, int id, int mode);
@@ -639,7 +639,7 @@ enum
 LBX_API LBXEffectorSet *LBXEffectorSetCreate(LBXAllocateFunction allocate);
 /** Targets at the origin, all weights 0, all solving steps on; returns the set (null stays null). */
 LBX_API LBXEffectorSet *LBXEffectorSetInit(LBXEffectorSet *set);
-LBX_API void LBXEffectorSetDestroy(LBXEffectorSet *set, LBXFreeFunction free_block);
+LBX_API void LBXEffectorSetDestroy(LBXEffectorSet *set, LBXFreeFunction free_function);
 LBX_API size_t LBXEffectorSetGetSize(void);
 /** Places every effector on the pose. Weights are not touched. */
 LBX_API void LBXEffectorSetFromState(const LBXCharacter *character, LBXEffectorSet *set, const LBXCharacterState *state,
