@@ -129,18 +129,18 @@ TEST(EffectorSet, TargetsComeBackInEveryFormAndInBulk)
     for (int e = 0; e < LBXLastEffectorId; ++e)
     {
         const Transform found = target_of(set.get(), e);
-        EXPECT_EQ(std::memcmp(&found, &goals[static_cast<size_t>(e)], sizeof(found)), 0);
+        EXPECT_TRUE(same_bits(&found, &goals[static_cast<size_t>(e)], sizeof(found)));
         EXPECT_FALSE(std::signbit(found.s[2]));
     }
     double t[4], q[4], s[4];
     LBXGetEffectorStateTQSdv(set.get(), 9, t, q, s);
     LBXSetEffectorStateTQSdv(set.get(), 10, t, q, s);
     const Transform moved = target_of(set.get(), 10);
-    EXPECT_EQ(std::memcmp(&moved, &goals[9], sizeof(moved)), 0);
+    EXPECT_TRUE(same_bits(&moved, &goals[9], sizeof(moved)));
     Transform plain = goals[3];
     LBXGetEffectorStateTQfv(set.get(), 9, plain.t, plain.q);
-    EXPECT_EQ(std::memcmp(&plain, &goals[9], 32), 0);
-    EXPECT_EQ(std::memcmp(plain.s, goals[3].s, 16), 0);
+    EXPECT_TRUE(same_bits(&plain, &goals[9], 32));
+    EXPECT_TRUE(same_bits(plain.s, goals[3].s, 16));
 
     struct Record
     {
@@ -155,7 +155,7 @@ TEST(EffectorSet, TargetsComeBackInEveryFormAndInBulk)
     LBXGetEffectorSetTransformTQS(set.get(), &description, records.data());
     for (const size_t i : {0, 4})
     {
-        EXPECT_EQ(std::memcmp(&records[i].transform, &goals[static_cast<size_t>(ids[i])], sizeof(Transform)), 0);
+        EXPECT_TRUE(same_bits(&records[i].transform, &goals[static_cast<size_t>(ids[i])], sizeof(Transform)));
         EXPECT_EQ(records[i].weights[0], 0.125f);
         EXPECT_EQ(records[i].weights[1], 0.0f);
         EXPECT_EQ(records[i].weights[3], static_cast<float>(ids[i]) / 64.0f);
@@ -171,7 +171,7 @@ TEST(EffectorSet, TargetsComeBackInEveryFormAndInBulk)
     LBXGetEffectorStateTQSBuffer(set.get(), 3, &description, records.data());
     LBXSetEffectorStateTQSBuffer(set.get(), 4, &description, records.data());
     const Transform third = target_of(set.get(), 4);
-    EXPECT_EQ(std::memcmp(&third, &goals[3], sizeof(third)), 0);
+    EXPECT_TRUE(same_bits(&third, &goals[3], sizeof(third)));
 
     // Ids that name nothing write nothing.
     Transform canary = goals[0];
@@ -183,7 +183,7 @@ TEST(EffectorSet, TargetsComeBackInEveryFormAndInBulk)
         LBXGetEffectorStateTQSBuffer(set.get(), wild, &description, &canary);
         LBXSetEffectorStateTQSBuffer(set.get(), wild, &description, &canary);
     }
-    EXPECT_EQ(std::memcmp(&canary, &goals[0], sizeof(canary)), 0);
+    EXPECT_TRUE(same_bits(&canary, &goals[0], sizeof(canary)));
     LBXGetEffectorSetTransformTQS(nullptr, &description, records.data());
     LBXGetEffectorSetTransformTQS(set.get(), nullptr, records.data());
     LBXGetEffectorSetTransformTQS(set.get(), &description, nullptr);
@@ -222,11 +222,11 @@ struct HandPose
     explicit HandPose(const limbrex_test::RigOptions& options)
         : rig(limbrex_test::make_rig(options)), state(limbrex_test::make_state(rig.character))
     {}
-    void put(int node, std::array<float, 3> t, std::array<float, 4> q = {0, 0, 0, 1})
+    void put(int node, std::array<float, 3> t, std::array<float, 4> q = {0, 0, 0, 1}) const
     {
         LBXSetNodeStateTQfv(rig.character, state.get(), node, t.data(), q.data());
     }
-    void place() { LBXEffectorSetFromState(rig.character, set.get(), state.get(), properties.get()); }
+    void place() const { LBXEffectorSetFromState(rig.character, set.get(), state.get(), properties.get()); }
 };
 const float kHalf = std::sqrt(0.5f);
 const std::array<float, 4> kQuarterAboutZ = {0, 0, kHalf, kHalf};  // x to y, y to -x
@@ -362,7 +362,7 @@ TEST(EffectorPlacement, JointEffectorsCopyTheirNodeRelativeToItsStanceAndLeaveWe
         for (int e = 0; e < LBXLastEffectorId; ++e)
         {
             const Transform target = target_of(set.get(), e);
-            EXPECT_EQ(std::memcmp(target.q, none, sizeof(none)), 0) << e;  // the stance is no turn at all, however its nodes are turned
+            EXPECT_TRUE(same_bits(target.q, none, sizeof(none))) << e;  // the stance is no turn at all, however its nodes are turned
             for (const float s : target.s) EXPECT_EQ(s, 1.0f);
             EXPECT_EQ(LBXGetEffectorPull(set.get(), e), 0.5f);
         }

@@ -23,6 +23,9 @@ struct Transform  // as the library writes it
     float t[4], q[4], s[4];
 };
 
+// Zeros of different sign differ here.
+inline bool same_bits(const void* a, const void* b, size_t size) { return std::memcmp(a, b, size) == 0; }
+
 struct Random
 {
     std::mt19937 engine;

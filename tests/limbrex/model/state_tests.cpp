@@ -34,8 +34,8 @@ TEST(State, TakesSixteenBytesAndNinetySixForEveryUsedNodeTheReferenceAndTheSpare
         for (size_t i = 0; i < rig.nodes.size(); ++i)
         {
             const Transform identity{{0, 0, 0, 0}, {0, 0, 0, 1}, {1, 1, 1, 1}};
-            EXPECT_EQ(std::memcmp(&entries(state.get())[i].global, &identity, sizeof(identity)), 0);
-            EXPECT_EQ(std::memcmp(&entries(state.get())[i].local, &identity, sizeof(identity)), 0);
+            EXPECT_TRUE(same_bits(&entries(state.get())[i].global, &identity, sizeof(identity)));
+            EXPECT_TRUE(same_bits(&entries(state.get())[i].local, &identity, sizeof(identity)));
         }
     }
 }
@@ -80,7 +80,7 @@ TEST(State, StanceReadsBackExactlyAndIsStoredAsNoTurnAtAll)
             }
             LBXDebugGetStoredNodeTQ(rig.character, state.get(), node, stored.t, stored.q);
             const float none[4] = {0, 0, 0, 1};
-            EXPECT_EQ(std::memcmp(stored.q, none, sizeof(none)), 0) << node;
+            EXPECT_TRUE(same_bits(stored.q, none, sizeof(none))) << node;
             for (int i = 0; i < 3; ++i) EXPECT_EQ(stored.t[i], node == LBXNodeReference ? 0.0f : stance.t[i]);
         }
         EXPECT_LT(worst_local(rig, state.get()), 1e-5);
@@ -110,7 +110,7 @@ TEST(State, NodeComesBackAsItWasSetWhateverTheStanceAndNothingElseMoves)
             {
                 if (rig.nodes[i] == node) continue;
                 const Transform after = node_global(rig.character, state.get(), rig.nodes[i]);
-                EXPECT_EQ(std::memcmp(&after, &before[i], sizeof(after)), 0) << node << " moved " << rig.nodes[i];
+                EXPECT_TRUE(same_bits(&after, &before[i], sizeof(after))) << node << " moved " << rig.nodes[i];
             }
         }
         EXPECT_LT(worst_local(rig, state.get()), 1e-5);
@@ -156,9 +156,9 @@ TEST(State, AllFormsOfOneNodeAgree)
         std::memset(buffer, 0xC3, sizeof(buffer));
         const LBXDataDescription odd = {0, 33, 1, 17, 0, nullptr};
         LBXGetNodeStateTQSBuffer(rig.character, state.get(), node, &odd, buffer);
-        EXPECT_EQ(std::memcmp(buffer + 33, single.t, 16), 0);
-        EXPECT_EQ(std::memcmp(buffer + 1, single.q, 16), 0);
-        EXPECT_EQ(std::memcmp(buffer + 17, single.s, 16), 0);
+        EXPECT_TRUE(same_bits(buffer + 33, single.t, 16));
+        EXPECT_TRUE(same_bits(buffer + 1, single.q, 16));
+        EXPECT_TRUE(same_bits(buffer + 17, single.s, 16));
         EXPECT_EQ(buffer[0], 0xC3);
         EXPECT_EQ(buffer[49], 0xC3);
         LBXSetNodeStateTQSBuffer(rig.character, twin.get(), node, &odd, buffer);
@@ -168,7 +168,7 @@ TEST(State, AllFormsOfOneNodeAgree)
         LBXSetNodeStateTQfv(rig.character, state.get(), node, goal.t, goal.q);
         LBXGetNodeStateTQfv(rig.character, state.get(), node, plain.t, plain.q);
         const Transform unscaled = node_global(rig.character, state.get(), node);
-        EXPECT_EQ(std::memcmp(plain.q, unscaled.q, 16), 0);
+        EXPECT_TRUE(same_bits(plain.q, unscaled.q, 16));
         for (const float scale : unscaled.s) EXPECT_NEAR(scale, 1.0f, 1e-6f);
         LBXSetNodeStateTQdv(rig.character, twin.get(), node, t, q);
         LBXGetNodeStateTQdv(rig.character, twin.get(), node, t, q);
@@ -215,7 +215,7 @@ TEST(State, UnusedAndUnknownNodesReadAndWriteAPlaceOfTheirOwn)
         EXPECT_LT(difference(node_global(rig.character, state.get(), node), goal), 2e-6f);
     }
     const std::vector<unsigned char> after = bytes_of(state.get());
-    EXPECT_EQ(std::memcmp(before.data() + 16 + 96, after.data() + 16 + 96, before.size() - 112), 0);
+    EXPECT_TRUE(same_bits(before.data() + 16 + 96, after.data() + 16 + 96, before.size() - 112));
 }
 
 TEST(State, CopyTakesEveryNodeButTheSpareAndRefusesAnotherRigsState)

@@ -146,7 +146,7 @@ TEST(PoseTransfer, NodesThatAreNotListedFollowTheirParentsAndThoseBesideKeepEver
                 if (listed[k] == node) wanted = &records[5 * k + 4];  // the last of a node listed twice counts
             }
             EXPECT_LT(difference(locals[i], *wanted), 5e-5f) << "round " << round << " node " << node;
-            EXPECT_TRUE(moves || std::memcmp(&globals[i], &globals_before[i], sizeof(Transform)) == 0) << node;
+            EXPECT_TRUE(moves || same_bits(&globals[i], &globals_before[i], sizeof(Transform))) << node;
         }
     }
 }
@@ -172,11 +172,11 @@ TEST(PoseTransfer, EmptyListDoesNothingAndPassedOverRecordsAreNotWritten)
         const LBXDataDescription description = described(space, second);
         records.assign(4, canary);
         LBXGetCharacterStateTransformTQS(rig.character, state.get(), &description, records.data());
-        for (const size_t i : {0, 2, 3}) EXPECT_EQ(std::memcmp(&records[i], &canary, sizeof(canary)), 0) << i;
+        for (const size_t i : {0, 2, 3}) EXPECT_TRUE(same_bits(&records[i], &canary, sizeof(canary))) << i;
         const Transform head = read_pose(
             rig, state.get(),
             space)[static_cast<size_t>(std::find(rig.nodes.begin(), rig.nodes.end(), static_cast<int>(LBXNodeHead)) - rig.nodes.begin())];
-        EXPECT_EQ(std::memcmp(&records[1], &head, sizeof(head)), 0);
+        EXPECT_TRUE(same_bits(&records[1], &head, sizeof(head)));
     }
     LBXDataDescription unknown_space = described(7, {});
     const std::vector<int32_t> hips = {LBXNodeHips, -2};
@@ -218,7 +218,7 @@ TEST(PoseTransfer, RecordsMayLieAnywhereAndOnlyThreeNumbersOfTranslationAndScale
     same.stride = 0;
     LBXGetCharacterStateTransformTQS(rig.character, state.get(), &same, one.data());
     const Transform last = node_global(rig.character, state.get(), rig.nodes.back());
-    EXPECT_EQ(std::memcmp(one.data(), &last, sizeof(last)), 0);
+    EXPECT_TRUE(same_bits(one.data(), &last, sizeof(last)));
 }
 
 TEST(PoseTransfer, WithoutAListRecordsFollowTheUsedNodesParentsFirst)
