@@ -98,13 +98,16 @@ TEST_F(CharacterContexts, ARigThatTheUnitDoesNotFitIsLoggedOnceAndCostsNothing)
     EXPECT_THAT(engine.takeLog(), ElementsAre("error: Data is not coherent."));
     EXPECT_FALSE(unit.changed(0));
 
+    // All nodes are found, the last one's parent is not.
     strange = rig;
-    strange.parentOffsets = {{LBXNodeLeftHand, {"LeftForeArm", "no such parent"}}};
+    strange.parentOffsets = {{LBXNodeHead, {"Neck", "no such parent"}}};
     engine.addResource("strange parents", strange.compile());
-    declared("strange parents");
+    EngineUnit& orphan = declared("strange parents");
+    engine.call("character_push_pin", {&orphan, 3, 1, 1.0, 0.0, 1});
     engine.takeLog();
-    engine.update(world);
-    EXPECT_THAT(engine.takeLog(), ElementsAre("error: Character unknown parent data is not coherent (parent 1 index, NodeID 12)"));
+    for (int frame = 0; frame < 3; ++frame) engine.update(world);
+    EXPECT_THAT(engine.takeLog(), ElementsAre("error: Character unknown parent data is not coherent (parent 1 index, NodeID 17)"));
+    EXPECT_FALSE(orphan.changed(0));
 }
 
 TEST_F(CharacterContexts, ARigWithoutReferenceWorksInTheWorldItself)

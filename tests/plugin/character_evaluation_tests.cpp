@@ -183,8 +183,10 @@ TEST_F(CharacterEvaluation, RotationsPassBothWaysWhateverTheirTrace)
 
 TEST_F(CharacterEvaluation, QueriesTellThePoseBeforeAndAfterTheSolve)
 {
-    const Vec3 before = world_position(*unit, rig.nodeIndex("LeftHand"));
     pushReach();
+    unit->localPoses[rig.nodeIndex("Hips")].translation[0] = 0.07f;  // off the stance
+    unit->propagate();
+    const Vec3 before = world_position(*unit, rig.nodeIndex("LeftHand"));
     engine.update(world);
     EXPECT_THAT(engine.ask<Vec3>("character_get_node_position", {unit, LBXNodeLeftHand, 1}), Near3(before, 1e-5));
     unit->propagate();

@@ -169,6 +169,13 @@ TEST_F(BlendWeight, FallsAtTheSameSpeedAndStopsOnTheTarget)
         share_of_weight.push_back(shareAfter(0.5f));
         engine.call("character_pop", {unit});
     }
+    pushReach(0.375, 2.0);
+    EXPECT_NEAR(shareAfter(0.5f), share_of_weight[1], 1e-4);
+    const double risen = shareAfter(0.5f);
+    EXPECT_LT(risen, share_of_weight[2] - 0.01) << "a whole step would pass the target";
+    EXPECT_NEAR(shareAfter(0.5f), risen, 1e-6);
+    engine.call("character_pop", {unit});
+
     pushReach(1.0, 2.0);
     for (size_t quarter = 1; quarter <= 4; ++quarter) EXPECT_NEAR(shareAfter(0.5f), share_of_weight[quarter], 1e-4) << quarter;
     engine.call("character_set_blend_alpha", {unit, 1, 0.375});

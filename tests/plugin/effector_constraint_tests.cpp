@@ -1,5 +1,6 @@
 // What each kind asks of its effector. The final solve is switched off, so the goals are read as the stack left them; places and turns are
 // odd on purpose, and expected values follow from the unit's own world pose.
+#include <algorithm>
 #include <limits>
 
 #include "tests/plugin/character_fixture.h"
@@ -15,6 +16,7 @@ using ::testing::IsEmpty;
 
 constexpr int kWrist = LBXEffectorLeftWrist;
 constexpr double kAngleTolerance_deg = 0.05;
+constexpr Quat4 kBend = {0, 0, 0.70710678f, 0.70710678f};
 
 class EffectorConstraint : public CharacterTest
 {
@@ -22,6 +24,9 @@ protected:
     EffectorConstraint()
     {
         keepGoals();
+        // The forearm is bent a quarter about the solver's z, so the wrist is not turned as in the stance.
+        const float bent[9] = {0, 1, 0, -1, 0, 0, 0, 0, 1};
+        std::copy_n(bent, 9, unit->localPoses[rig.nodeIndex("LeftForeArm")].rotation);
         unit->place(kAwkwardPlace, awkward_turn());
         engine.update(world);
         animated = effector(kWrist);
@@ -40,7 +45,8 @@ protected:
 TEST_F(EffectorConstraint, EffectorsStartOnTheAnimatedPose)
 {
     EXPECT_THAT(animated.position, Near3(world_position(*unit, rig.nodeIndex("LeftHand")), 1e-4));
-    EXPECT_NEAR(turn_between_deg(animated.rotation, solverToWorld), 0.0, kAngleTolerance_deg) << "turned as in the stance";
+    EXPECT_NEAR(turn_between_deg(animated.rotation, quat_product(solverToWorld, kBend)), 0.0, kAngleTolerance_deg);
+    EXPECT_NEAR(turn_between_deg(effector(LBXEffectorRightWrist).rotation, solverToWorld), 0.0, kAngleTolerance_deg);
 }
 
 TEST_F(EffectorConstraint, ReachPositionTakesUnitAxesOrTheWorld)
@@ -99,7 +105,8 @@ TEST_F(EffectorConstraint, OffsetRotationUsesTheAxisAtItsLength)
 {
     engine.call("character_push_offset_rotation", {unit, kWrist, Vec3{0, 0, 1}, 90.0, false, 1.0, 0.0, 1});
     const float half = 0.70710678f;
-    EXPECT_NEAR(turn_between_deg(goalAfterUpdate().rotation, quat_product(solverToWorld, {0, half, 0, half})), 0.0, kAngleTolerance_deg)
+    EXPECT_NEAR(turn_between_deg(goalAfterUpdate().rotation, quat_product(quat_product(solverToWorld, {0, half, 0, half}), kBend)), 0.0,
+                kAngleTolerance_deg)
         << "up in the unit's axes is the solver's y";
     engine.call("character_offset_rotation_set_axis", {unit, 1, Vec3{0, 0, 2}});
     EXPECT_NEAR(turn_between_deg(goalAfterUpdate().rotation, animated.rotation), 126.87, kAngleTolerance_deg);
@@ -255,6 +262,80 @@ TEST_F(EffectorConstraint, EffectorsThatDoNotExistAndNumbersThatAreNotFiniteChan
     EXPECT_EQ(engine.ask<int>("character_offset_rotation_get_effector", {unit, 1}), kWrist);
     EXPECT_EQ(engine.ask<Vec3>("character_offset_rotation_get_axis", {unit, 1}), v);
     EXPECT_EQ(engine.ask<double>("character_offset_rotation_get_angle", {unit, 1}), 30.0);
+}
+
+// The same kinds with the solve on: the weights that they write carry their goals into the pose.
+class SolvedConstraint : public EffectorConstraint
+{
+protected:
+    SolvedConstraint()
+    {
+        engine.call("character_set_solve_flags", {unit, false, false});
+        rest = unit->localPoses;
+    }
+    // Every frame starts from the same animated pose, wherever the unit stands.
+    Transform solved(const Vec3& place)
+    {
+        unit->localPoses = rest;
+        unit->place(place, awkward_turn());
+        return goalAfterUpdate();
+    }
+    static Vec3 shifted(float x, float y, float z) { return {kAwkwardPlace[0] + x, kAwkwardPlace[1] + y, kAwkwardPlace[2] + z}; }
+    std::vector<LocalPose> rest;
+};
+
+TEST_F(SolvedConstraint, AWristReachesItsOrientation)
+{
+    engine.call("character_push_reach_orientation", {unit, kWrist, Vec3{0, 0, 50}, false, 1.0, 0.0, 1});
+    const float s = std::sin(0.5f * 50.0f * 3.14159265f / 180.0f), c = std::cos(0.5f * 50.0f * 3.14159265f / 180.0f);
+    EXPECT_NEAR(turn_between_deg(solved(kAwkwardPlace).rotation, quat_product(solverToWorld, {0, 0, s, c})), 0.0, 1.0);
+    engine.call("character_set_blend_alpha", {unit, 1, 0.0});
+    EXPECT_NEAR(turn_between_deg(solved(kAwkwardPlace).rotation, animated.rotation), 0.0, 0.1);
+
+    engine.call("character_pop", {unit});
+    engine.call("character_push_offset_rotation", {unit, kWrist, Vec3{0, 0, 1}, 20.0, false, 1.0, 0.0, 1});
+    EXPECT_NEAR(turn_between_deg(solved(kAwkwardPlace).rotation, animated.rotation), 20.0, 1.0);
+}
+
+TEST_F(SolvedConstraint, APinnedWristStaysAndAnUnpinnedOneGoesAlong)
+{
+    engine.call("character_push_pin", {unit, kWrist, 1, 1.0, 0.0, 1});
+    solved(kAwkwardPlace);
+    EXPECT_THAT(solved(shifted(0.05f, -0.04f, 0.03f)).position, Near3(animated.position, 0.01));
+    engine.call("character_set_blend_alpha", {unit, 1, 0.0});
+    EXPECT_GT(distance(solved(shifted(0.05f, -0.04f, 0.03f)).position, animated.position), 0.06);
+}
+
+TEST_F(SolvedConstraint, AGluedWristFollowsItsCarrierByItsFactors)
+{
+    EngineUnit& carrier = spawn_biped(engine, world, rig);
+    engine.call("character_push_relative_pin", {unit, kWrist, &carrier, 0, 1.0, 0.0, 0.0, 1.0, 0.0, 1});
+    solved(kAwkwardPlace);
+    carrier.place({0.04f, -0.05f, 0.03f}, {0, 0, 0, 1});
+    const Vec3 carried = {animated.position[0] + 0.04f, animated.position[1] - 0.05f, animated.position[2] + 0.03f};
+    EXPECT_THAT(solved(kAwkwardPlace).position, Near3(carried, 0.01));
+    engine.call("character_set_blend_alpha", {unit, 1, 0.0});
+    EXPECT_THAT(solved(kAwkwardPlace).position, Near3(animated.position, 1e-3)) << "weight 0 asks for nothing";
+}
+
+TEST_F(SolvedConstraint, AResistingChestOriginChangesHowTheSpineBends)
+{
+    engine.call("character_push_lod", {unit, false, true});
+    const Vec3 aside = unit_point_to_world(*unit, {0.25f, -0.3f, 1.2f});
+    engine.call("character_push_reach_position", {unit, LBXEffectorChestEnd, aside, true, 1.0, 0.0, 1});
+    engine.call("character_push_resist", {unit, LBXEffectorChestOrigin, 0.0, 0.0, 2});
+    const int resist = 3;
+    const auto middle = [this]
+    {
+        solved(kAwkwardPlace);
+        return engine.ask<Vec3>("character_get_node_position", {unit, LBXNodeSpine1, 0});
+    };
+    const Vec3 free = middle();
+    EXPECT_EQ(middle(), free) << "the same frame gives the same pose";
+    engine.call("character_set_blend_alpha", {unit, resist, 1.0});
+    EXPECT_GT(distance(middle(), free), 0.005);
+    engine.call("character_set_blend_alpha", {unit, resist, 0.0});
+    EXPECT_EQ(middle(), free);
 }
 
 }  // namespace

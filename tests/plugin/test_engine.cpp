@@ -183,7 +183,11 @@ HostResourceService resource_service()
 HostUnitService unit_service()
 {
     HostUnitService service = {};
-    service.node_tree = [](Unit* unit) { return reinterpret_cast<NodeTree*>(unit); };
+    service.node_tree = [](Unit* unit)
+    {
+        EXPECT_NE(unit, nullptr) << "an engine need not answer for no unit";
+        return reinterpret_cast<NodeTree*>(unit);
+    };
     service.reference_id = [](Unit* unit) { return unit_of(unit)->referenceId; };
     service.physics_actor = [](Unit*) -> PhysicsActor* { return nullptr; };
     service.collision_filter = [](PhysicsActor*) -> const void* { return nullptr; };
