@@ -140,7 +140,7 @@ inline void transpose4(Vec4& a, Vec4& b, Vec4& c, Vec4& d) { _MM_TRANSPOSE4_PS(a
 inline Vec4 reciprocal_sqrt4(Vec4 v)
 {
     const Vec4 r = {_mm_rsqrt_ps(v.m)};
-    const Vec4 refined = (splat(3.0f) - r * r * v) * r * splat(0.5f);
+    const Vec4 refined = (splat(3.0f) - r * (r * v)) * r * splat(0.5f);  // r r alone would vanish for a large v
     const Vec4 usable = and4(less4(splat(1.17549435e-38f), v), less_equal4(v, splat(3.40282347e38f)));
     return and4(usable, refined);
 }

@@ -69,13 +69,14 @@ inline Vec4 perpendicular3(Vec4 a)
 }
 
 // The smallest rotation that turns direction a into direction b; lengths do not matter. Vector part a x b, scalar part
-// |a||b| + a . b. A zero direction turns nothing, and neither do exactly opposite ones, whose axis would be noise.
+// |a||b| + a . b. A zero direction turns nothing, and neither do opposite ones, whose axis would be noise.
+inline constexpr float kOppositeDirections = 1e-6f;  // of |a||b|: within a twelfth of a degree of opposite
 inline Quat shortest_arc(Vec4 a, Vec4 b)
 {
     const Vec4 scale = sqrt4(dot3(a, a) * dot3(b, b));
     const Vec4 scalar = scale + dot3(a, b);
-    const Quat q = with_w(cross3(a, b), scalar);
-    return normalize_quat(q);
+    const Quat q = normalize_quat(with_w(cross3(a, b), scalar));
+    return select4(less_equal4(scalar, scale * kOppositeDirections), quat_identity(), q);
 }
 
 // As shortest_arc, but opposite directions give a half turn about a perpendicular: for steps that must arrive.
@@ -83,7 +84,7 @@ inline Quat shortest_arc_reaching(Vec4 a, Vec4 b)
 {
     const float scale = sqrt_scalar(dot3f(a, a) * dot3f(b, b));
     const float scalar = scale + dot3f(a, b);
-    if (scale > 0.0f && scalar <= 1e-6f * scale)
+    if (scale > 0.0f && scalar <= kOppositeDirections * scale)
         return perpendicular3(a);  // w = 0: half a turn
     return shortest_arc(a, b);
 }
