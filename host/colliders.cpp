@@ -9,17 +9,21 @@ namespace
 {
 
 // Corner bit 0: +x, bit 1: +y, bit 2: +z. Outward triangles.
-constexpr std::array<std::array<uint32_t, 3>, 12> kBoxTriangles{{{0, 4, 6}, {0, 6, 2}, {1, 3, 7}, {1, 7, 5}, {0, 1, 5}, {0, 5, 4},
-                                                                 {2, 6, 7}, {2, 7, 3}, {0, 2, 3}, {0, 3, 1}, {4, 5, 7}, {4, 7, 6}}};
+constexpr std::array<std::array<uint32_t, 3>, 12> kBoxTriangles{
+    {{0, 4, 6}, {0, 6, 2}, {1, 3, 7}, {1, 7, 5}, {0, 1, 5}, {0, 5, 4}, {2, 6, 7}, {2, 7, 3}, {0, 2, 3}, {0, 3, 1}, {4, 5, 7}, {4, 7, 6}}};
 
 void add_box(ColliderShape& shape, const std::array<float, 3>& low, const std::array<float, 3>& high)
 {
     const auto first = static_cast<uint32_t>(shape.vertices.size());
     for (unsigned corner = 0; corner < 8; ++corner)
     {
-        shape.vertices.push_back({(corner & 1u) != 0 ? high[0] : low[0], (corner & 2u) != 0 ? high[1] : low[1], (corner & 4u) != 0 ? high[2] : low[2]});
+        shape.vertices.push_back(
+            {(corner & 1u) != 0 ? high[0] : low[0], (corner & 2u) != 0 ? high[1] : low[1], (corner & 4u) != 0 ? high[2] : low[2]});
     }
-    for (const auto& triangle : kBoxTriangles) { shape.triangles.push_back({first + triangle[0], first + triangle[1], first + triangle[2]}); }
+    for (const auto& triangle : kBoxTriangles)
+    {
+        shape.triangles.push_back({first + triangle[0], first + triangle[1], first + triangle[2]});
+    }
 }
 
 bool finite3(const std::array<float, 3>& point) { return std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]); }
@@ -92,7 +96,8 @@ ColliderShape ramp_shape(float length_x, float width_y, float height_z)
     ColliderShape shape;
     shape.kind = ColliderKind::Mesh;
     const float side = 0.5f * width_y;
-    shape.vertices = {{0.0f, -side, 0.0f}, {0.0f, side, 0.0f}, {length_x, -side, 0.0f}, {length_x, side, 0.0f}, {length_x, -side, height_z}, {length_x, side, height_z}};
+    shape.vertices = {{0.0f, -side, 0.0f},    {0.0f, side, 0.0f},          {length_x, -side, 0.0f},
+                      {length_x, side, 0.0f}, {length_x, -side, height_z}, {length_x, side, height_z}};
     shape.triangles = {{0, 4, 5}, {0, 5, 1}, {0, 1, 3}, {0, 3, 2}, {2, 3, 5}, {2, 5, 4}, {0, 2, 4}, {1, 5, 3}};
     return shape;
 }

@@ -12,10 +12,10 @@ namespace limbrex_host
 
 enum class ColliderKind : uint8_t
 {
-    Plane,     // all that lies below z = 0 of its frame
-    Sphere,    // radius, centred
-    Capsule,   // radius; height from tip to tip along z, centred
-    Mesh,      // triangles: boxes, ramps, stairs and what a file holds
+    Plane,    // all that lies below z = 0 of its frame
+    Sphere,   // radius, centred
+    Capsule,  // radius; height from tip to tip along z, centred
+    Mesh,     // triangles: boxes, ramps, stairs and what a file holds
 };
 
 struct ColliderShape

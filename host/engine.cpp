@@ -137,7 +137,10 @@ void HostEngine::remove_unit(HostUnit& unit)
 UpdateReport HostEngine::update(HostWorld& world, float step_s)
 {
     savedLocals.clear();
-    for (const HostUnit* const unit : world.units) { savedLocals.insert(savedLocals.end(), unit->tree.locals.begin(), unit->tree.locals.end()); }
+    for (const HostUnit* const unit : world.units)
+    {
+        savedLocals.insert(savedLocals.end(), unit->tree.locals.begin(), unit->tree.locals.end());
+    }
 
     UpdateReport report;
     const uint64_t allocations_before = memory.allocations();

@@ -42,8 +42,8 @@ public:
     void error(const std::string& text) { write(LogLevel::Error, kHostSystem, text.c_str()); }
 
     const std::vector<LogEntry>& entries() const { return keptEntries; }
-    uint64_t count(LogLevel level) const;              // repeats included
-    bool contains(const std::string& part) const;      // some message has `part` in it
+    uint64_t count(LogLevel level) const;          // repeats included
+    bool contains(const std::string& part) const;  // some message has `part` in it
     void clear();
 
     static constexpr const char* kHostSystem = "host";

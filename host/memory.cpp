@@ -23,7 +23,8 @@ HostMemory::~HostMemory()
 
 NamedAllocator* HostMemory::known(void* allocator) const
 {
-    const auto found = std::find_if(allocators.begin(), allocators.end(), [allocator](const auto& each) { return each.get() == allocator; });
+    const auto found =
+        std::find_if(allocators.begin(), allocators.end(), [allocator](const auto& each) { return each.get() == allocator; });
     return found == allocators.end() ? nullptr : found->get();
 }
 

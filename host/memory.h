@@ -48,8 +48,8 @@ public:
     uint64_t lost_blocks() const { return lostBlocks; }
     // Bytes of a live block of this allocator; 0 for anything else.
     size_t block_size(const NamedAllocator* allocator, void* block) const;
-    const NamedAllocator* find_allocator(const std::string& name) const;  // the first of that name, null when there is none
-    const std::vector<std::string>& faults() const { return faultTexts; } // double frees, foreign frees, leaks, in plain words
+    const NamedAllocator* find_allocator(const std::string& name) const;   // the first of that name, null when there is none
+    const std::vector<std::string>& faults() const { return faultTexts; }  // double frees, foreign frees, leaks, in plain words
 
 private:
     struct Block

@@ -54,7 +54,8 @@ void make_shape(const ColliderShape& shape, Body& body)
     body.mesh = std::make_unique<btTriangleMesh>();
     for (const auto& triangle : shape.triangles)
     {
-        body.mesh->addTriangle(to_bullet(shape.vertices[triangle[0]]), to_bullet(shape.vertices[triangle[1]]), to_bullet(shape.vertices[triangle[2]]));
+        body.mesh->addTriangle(to_bullet(shape.vertices[triangle[0]]), to_bullet(shape.vertices[triangle[1]]),
+                               to_bullet(shape.vertices[triangle[2]]));
     }
     body.shape = std::make_unique<btBvhTriangleMeshShape>(body.mesh.get(), true);
 }
@@ -137,8 +138,8 @@ bool HostPhysics::remove(size_t collider)
 
 size_t HostPhysics::collider_count() const { return parts->bodies.size(); }
 
-bool HostPhysics::cast(const std::array<float, 3>& origin, const std::array<float, 3>& direction, float length, const CollisionFilter* filter,
-                       RayHit& hit) const
+bool HostPhysics::cast(const std::array<float, 3>& origin, const std::array<float, 3>& direction, float length,
+                       const CollisionFilter* filter, RayHit& hit) const
 {
     const btVector3 from = to_bullet(origin);
     const btVector3 along = to_bullet(direction);

@@ -12,7 +12,7 @@ namespace
 {
 
 template <class Hook, class... Arguments>
-void call_hook(const PluginHookTable* hooks, Hook PluginHookTable::* hook, Arguments... arguments)
+void call_hook(const PluginHookTable* hooks, Hook PluginHookTable::*hook, Arguments... arguments)
 {
     if (hooks != nullptr && hooks->*hook != nullptr) { (hooks->*hook)(arguments...); }
 }

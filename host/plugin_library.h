@@ -23,9 +23,9 @@ public:
     bool loaded() const { return library != nullptr; }
 
     const char* name() const;
-    void* api(uint32_t id) const;                      // get_plugin_api(id); null when nothing is loaded
-    const PluginNodeNameTable* node_names() const;     // null when the plugin has none
-    std::string node_name(int node_id) const;          // of the template; its number for one without a name
+    void* api(uint32_t id) const;                   // get_plugin_api(id); null when nothing is loaded
+    const PluginNodeNameTable* node_names() const;  // null when the plugin has none
+    std::string node_name(int node_id) const;       // of the template; its number for one without a name
 
     void setup_resource_types(GetApi get_api) const;
     void shutdown_resource_types(GetApi get_api) const;

@@ -61,11 +61,11 @@ struct GoalSample
 // Where one constraint wants an effector, and where the effector went.
 struct GoalRecording
 {
-    std::string name;         // as tables show it
-    size_t unit = 0;          // index into Recording::units
-    int32_t effector = 0;     // 0 to 43
+    std::string name;      // as tables show it
+    size_t unit = 0;       // index into Recording::units
+    int32_t effector = 0;  // 0 to 43
     int32_t constraintId = 0;
-    bool pin = false;         // the target is where the effector stood when the goal became active, so distance is drift
+    bool pin = false;                 // the target is where the effector stood when the goal became active, so distance is drift
     std::vector<GoalSample> samples;  // one a frame
 };
 
@@ -99,7 +99,7 @@ enum class Stage : uint8_t
     Reading,      // local poses into the solver's state, effectors from the pose
     Constraints,  // the constraint stack
     Solve,
-    Writing,      // local poses and changed flags back to the unit
+    Writing,  // local poses and changed flags back to the unit
 };
 constexpr size_t kStageCount = 4;
 constexpr std::array<const char*, kStageCount> kStageNames{"reading", "constraints", "solve", "writing"};
@@ -125,10 +125,12 @@ struct Recording
     std::vector<ColliderRecording> colliders;
     std::vector<std::vector<LineRecording>> lines;  // per frame: what the plugin drew
     TimingRecording timing;
-    std::vector<LogEntry> log;        // of host, plugin and script
-    std::vector<std::string> notes;   // what importers and host changed or could not use
-    uint64_t allocationsPerFrame = 0; // most the plugin made in one update after the first that had every unit and constraint
-    uint64_t lostBlocks = 0;          // blocks the plugin had not given back at the end
+    std::vector<LogEntry> log;       // of host, plugin and script
+    std::vector<std::string> notes;  // what importers and host changed or could not use
+    // Most that the plugin made in one update after the first frame. A context that a script declares later builds its tables in its first
+    // update and shows here.
+    uint64_t allocationsPerFrame = 0;
+    uint64_t lostBlocks = 0;  // blocks the plugin had not given back at the end
 };
 
 }  // namespace limbrex_host

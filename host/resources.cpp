@@ -218,8 +218,9 @@ const HostResource* HostResources::find(const std::string& type, const std::stri
 
 const HostResource* HostResources::find(uint64_t typeKey, uint64_t nameKey) const
 {
-    const auto found = std::find_if(loaded.begin(), loaded.end(), [typeKey, nameKey](const HostResource& each)
-                                    { return each.typeKey == typeKey && each.nameKey == nameKey; });
+    const auto found =
+        std::find_if(loaded.begin(), loaded.end(),
+                     [typeKey, nameKey](const HostResource& each) { return each.typeKey == typeKey && each.nameKey == nameKey; });
     return found == loaded.end() ? nullptr : &*found;
 }
 

@@ -17,7 +17,7 @@ namespace
 
 constexpr int kWatchEvery = 1000;  // instructions between two looks at the budget
 
-const luaL_Reg kLibraries[] = {{LUA_GNAME, luaopen_base}, {LUA_TABLIBNAME, luaopen_table}, {LUA_STRLIBNAME, luaopen_string},
+const luaL_Reg kLibraries[] = {{LUA_GNAME, luaopen_base},       {LUA_TABLIBNAME, luaopen_table}, {LUA_STRLIBNAME, luaopen_string},
                                {LUA_MATHLIBNAME, luaopen_math}, {LUA_UTF8LIBNAME, luaopen_utf8}, {LUA_COLIBNAME, luaopen_coroutine}};
 // Doors to files, and to code that did not come through the loader.
 constexpr const char* kRemovedGlobals[] = {"dofile", "loadfile", "load", "collectgarbage"};
@@ -240,7 +240,8 @@ void ScriptHost::register_function(const char* space, const char* name, ScriptFu
 
 ScriptHost::Registered* ScriptHost::find_registered(const std::string& full_name) const
 {
-    const auto found = std::find_if(functions.begin(), functions.end(), [&full_name](const Registered& each) { return each.fullName == full_name; });
+    const auto found =
+        std::find_if(functions.begin(), functions.end(), [&full_name](const Registered& each) { return each.fullName == full_name; });
     return found == functions.end() ? nullptr : &*found;
 }
 
@@ -267,7 +268,10 @@ int ScriptHost::enter(lua_State* lua)
     auto& record = *static_cast<Registered*>(lua_touserdata(lua, lua_upvalueindex(1)));
     ScriptCall& call = record.call;
     const int given = lua_gettop(lua);
-    if (given > ScriptCall::kArgumentLimit) { return luaL_error(lua, "%s: more than %d arguments", record.fullName.c_str(), ScriptCall::kArgumentLimit); }
+    if (given > ScriptCall::kArgumentLimit)
+    {
+        return luaL_error(lua, "%s: more than %d arguments", record.fullName.c_str(), ScriptCall::kArgumentLimit);
+    }
     call.arguments.resize(static_cast<size_t>(given));
     call.results.clear();
     call.faults.clear();
@@ -292,7 +296,8 @@ void ScriptHost::report_faults(lua_State* lua, const ScriptCall& call)
     }
     for (const ArgumentFault& fault : call.faults)
     {
-        const std::string text = fmt::format("{}: {}: argument {}: {} expected, got {}", where, call.function, fault.argument, fault.expected, fault.got);
+        const std::string text =
+            fmt::format("{}: {}: argument {}: {} expected, got {}", where, call.function, fault.argument, fault.expected, fault.got);
         if (warned.insert(text).second) { messages.write(LogLevel::Warning, "script", text.c_str()); }
     }
 }
@@ -339,7 +344,8 @@ void ScriptHost::watch(lua_State* lua, lua_Debug* /*where*/)
     }
     self.instructionsLeft = 0;
     lua_sethook(lua, watch, LUA_MASKCOUNT, 1);
-    luaL_error(lua, "the script ran more than %I instructions in one go; is there an endless loop?", static_cast<LUAI_UACINT>(self.bounds.instructions));
+    luaL_error(lua, "the script ran more than %I instructions in one go; is there an endless loop?",
+               static_cast<LUAI_UACINT>(self.bounds.instructions));
 }
 
 bool ScriptHost::protected_call(int argument_count, int result_count, const std::string& what, std::string& error)

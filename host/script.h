@@ -26,7 +26,7 @@ namespace limbrex_host
 
 struct ScriptLimits
 {
-    uint64_t instructions = 50'000'000;               // of one callback
+    uint64_t instructions = 50'000'000;  // of one callback
     size_t memoryBytes = size_t{512} * 1024 * 1024;
 };
 

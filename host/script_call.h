@@ -31,9 +31,9 @@ struct ScriptValue
     bool boolean = false;
     bool integral = false;  // a number to be passed on as an integer
     double number = 0.0;
-    std::string text;                    // of a string; of anything else its type's name
-    std::array<float, 4> vector{};       // x, y, z of a vector, x, y, z, w of a quaternion
-    uint32_t unit = 0;                   // reference id
+    std::string text;               // of a string; of anything else its type's name
+    std::array<float, 4> vector{};  // x, y, z of a vector, x, y, z, w of a quaternion
+    uint32_t unit = 0;              // reference id
 };
 
 ScriptValue script_value(double number);

@@ -172,7 +172,8 @@ int vec_unpack(lua_State* lua)
 
 int quat_new(lua_State* lua)
 {
-    const ScriptQuat value{{luaL_optnumber(lua, 1, 0.0), luaL_optnumber(lua, 2, 0.0), luaL_optnumber(lua, 3, 0.0), luaL_optnumber(lua, 4, 1.0)}};
+    const ScriptQuat value{
+        {luaL_optnumber(lua, 1, 0.0), luaL_optnumber(lua, 2, 0.0), luaL_optnumber(lua, 3, 0.0), luaL_optnumber(lua, 4, 1.0)}};
     return give(lua, value);
 }
 
@@ -261,14 +262,16 @@ int write_component(lua_State* lua)
     return 0;
 }
 
-constexpr luaL_Reg kVecOperators[] = {{"__add", vec_add}, {"__sub", vec_sub}, {"__mul", vec_mul}, {"__div", vec_div}, {"__unm", vec_unm},
-                                      {"__eq", vec_eq}, {"__len", vec_len}, {"__tostring", vec_tostring},
-                                      {"__newindex", write_component<3>}, {nullptr, nullptr}};
-constexpr luaL_Reg kVecMethods[] = {{"length", vec_length}, {"normalized", vec_normalized}, {"dot", vec_dot}, {"cross", vec_cross},
-                                    {"lerp", vec_lerp}, {"distance", vec_distance}, {"unpack", vec_unpack}, {nullptr, nullptr}};
-constexpr luaL_Reg kQuatOperators[] = {{"__mul", quat_mul}, {"__tostring", quat_tostring}, {"__newindex", write_component<4>}, {nullptr, nullptr}};
-constexpr luaL_Reg kQuatMethods[] = {{"conjugate", quat_conjugate}, {"normalized", quat_normalized}, {"rotate", quat_rotate},
-                                     {"lerp", quat_lerp}, {nullptr, nullptr}};
+constexpr luaL_Reg kVecOperators[] = {{"__add", vec_add}, {"__sub", vec_sub},           {"__mul", vec_mul},
+                                      {"__div", vec_div}, {"__unm", vec_unm},           {"__eq", vec_eq},
+                                      {"__len", vec_len}, {"__tostring", vec_tostring}, {"__newindex", write_component<3>},
+                                      {nullptr, nullptr}};
+constexpr luaL_Reg kVecMethods[] = {{"length", vec_length}, {"normalized", vec_normalized}, {"dot", vec_dot},       {"cross", vec_cross},
+                                    {"lerp", vec_lerp},     {"distance", vec_distance},     {"unpack", vec_unpack}, {nullptr, nullptr}};
+constexpr luaL_Reg kQuatOperators[] = {
+    {"__mul", quat_mul}, {"__tostring", quat_tostring}, {"__newindex", write_component<4>}, {nullptr, nullptr}};
+constexpr luaL_Reg kQuatMethods[] = {
+    {"conjugate", quat_conjugate}, {"normalized", quat_normalized}, {"rotate", quat_rotate}, {"lerp", quat_lerp}, {nullptr, nullptr}};
 
 void make_type(lua_State* lua, const char* type, const luaL_Reg* operators, const luaL_Reg* methods, lua_CFunction read)
 {

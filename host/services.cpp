@@ -77,7 +77,10 @@ const char* string_argument(ScriptState* state, int argument, size_t* length)
 void push_number(ScriptState* state, double number) { call_of(state).push(script_value(number)); }
 void push_integer(ScriptState* state, int integer) { call_of(state).push(script_value(static_cast<int32_t>(integer))); }
 void push_boolean(ScriptState* state, int flag) { call_of(state).push(script_value(flag != 0)); }
-void push_string(ScriptState* state, const char* text) { call_of(state).push(text != nullptr ? script_value(std::string(text)) : ScriptValue{}); }
+void push_string(ScriptState* state, const char* text)
+{
+    call_of(state).push(text != nullptr ? script_value(std::string(text)) : ScriptValue{});
+}
 // Scripts count from 1.
 void push_index(ScriptState* state, int zero_based)
 {
@@ -131,7 +134,10 @@ const HostResource* find_resource(const char* type, const char* name)
     return named ? g_engine->resources.find(std::string(type), std::string(name)) : nullptr;
 }
 
-const HostResource* find_resource(uint64_t type, uint64_t name) { return g_engine != nullptr ? g_engine->resources.find(type, name) : nullptr; }
+const HostResource* find_resource(uint64_t type, uint64_t name)
+{
+    return g_engine != nullptr ? g_engine->resources.find(type, name) : nullptr;
+}
 
 template <class Key>
 int has_resource(Key type, Key name)
@@ -382,7 +388,8 @@ void set_running_engine(HostEngine* engine) { g_engine = engine; }
 void* host_service(uint32_t service_id)
 {
     if (g_engine == nullptr || g_engine->lacks_service(service_id)) { return nullptr; }
-    const auto* const row = std::find_if(std::begin(kServices), std::end(kServices), [service_id](const ServiceRow& each) { return each.id == service_id; });
+    const auto* const row =
+        std::find_if(std::begin(kServices), std::end(kServices), [service_id](const ServiceRow& each) { return each.id == service_id; });
     return row != std::end(kServices) ? row->table : nullptr;
 }
 

@@ -23,10 +23,10 @@ constexpr uint64_t kFileLimit = uint64_t{64} * 1024 * 1024;
 struct SourceValue
 {
     uint32_t type = kSourceNull;
-    double number = 0.0;                 // floats, integers, booleans
-    std::string text;                    // strings
-    std::vector<std::string> keys;       // objects
-    std::vector<SourceValue> values;     // objects and arrays
+    double number = 0.0;              // floats, integers, booleans
+    std::string text;                 // strings
+    std::vector<std::string> keys;    // objects
+    std::vector<SourceValue> values;  // objects and arrays
 };
 
 // Receives the parser's events and builds values from them.
@@ -42,7 +42,10 @@ public:
     bool number_unsigned(number_unsigned_t value) override { return add_integer(static_cast<double>(value)); }
     bool number_float(number_float_t value, const string_t& written) override
     {
-        if (std::abs(value) > static_cast<double>(std::numeric_limits<float>::max())) { return refuse("number " + written + " is too large"); }
+        if (std::abs(value) > static_cast<double>(std::numeric_limits<float>::max()))
+        {
+            return refuse("number " + written + " is too large");
+        }
         return add({kSourceFloat, value, {}, {}, {}});
     }
     bool string(string_t& value) override { return add({kSourceString, 0.0, value, {}, {}}); }

@@ -55,7 +55,8 @@ NodePose stance_pose(const void* block, size_t offset)
 bool finite(const NodePose& pose)
 {
     const auto is_number = [](float value) { return std::isfinite(value); };
-    return std::all_of(pose.position.begin(), pose.position.end(), is_number) && std::all_of(pose.rotation.begin(), pose.rotation.end(), is_number) &&
+    return std::all_of(pose.position.begin(), pose.position.end(), is_number) &&
+           std::all_of(pose.rotation.begin(), pose.rotation.end(), is_number) &&
            std::all_of(pose.scale.begin(), pose.scale.end(), is_number);
 }
 
@@ -72,7 +73,8 @@ NodePose z_up_pose()
 
 int32_t joint_with_hash(const Skeleton& skeleton, uint32_t hash)
 {
-    const auto found = std::find_if(skeleton.joints.begin(), skeleton.joints.end(), [hash](const Joint& joint) { return node_name_hash(joint.name) == hash; });
+    const auto found = std::find_if(skeleton.joints.begin(), skeleton.joints.end(),
+                                    [hash](const Joint& joint) { return node_name_hash(joint.name) == hash; });
     return found == skeleton.joints.end() ? -1 : static_cast<int32_t>(found - skeleton.joints.begin());
 }
 
@@ -137,7 +139,10 @@ std::string reference_name_in_source(const std::string& text)
     {
         const bool complete = element.is_object() && element.contains("id") && element["id"].is_number() && element.contains("bone") &&
                               element["bone"].is_string();
-        if (complete && element["id"].get<double>() == static_cast<double>(kReferenceTemplateNode)) { return element["bone"].get<std::string>(); }
+        if (complete && element["id"].get<double>() == static_cast<double>(kReferenceTemplateNode))
+        {
+            return element["bone"].get<std::string>();
+        }
     }
     return {};
 }
@@ -147,11 +152,15 @@ void build_unit_nodes(const Skeleton& skeleton, const RigNodes* rig, HostNodeTre
     add_node(tree, "#unit", -1, local_pose_from(NodePose{}));
     add_node(tree, "#z_up", 0, local_pose_from(z_up_pose()));
     const bool has_reference = rig != nullptr && rig->hasReference;
-    const int32_t reference_joint = has_reference ? joint_with_hash(skeleton, rig->referenceHash) : joint_with_hash(skeleton, node_name_hash(kReferenceName));
+    const int32_t reference_joint =
+        has_reference ? joint_with_hash(skeleton, rig->referenceHash) : joint_with_hash(skeleton, node_name_hash(kReferenceName));
     layout.madeReference = reference_joint < 0;
     if (has_reference) { layout.referencePose = rig->referencePose; }
     else if (reference_joint >= 0) { layout.referencePose = node_pose_of(skeleton.joints[static_cast<size_t>(reference_joint)].rest); }
-    if (layout.madeReference) { layout.referenceNode = add_node(tree, made_reference_name(rig), kZUpNode, local_pose_from(layout.referencePose)); }
+    if (layout.madeReference)
+    {
+        layout.referenceNode = add_node(tree, made_reference_name(rig), kZUpNode, local_pose_from(layout.referencePose));
+    }
     const auto top = static_cast<int32_t>(tree.node_count()) - 1;
     for (const Joint& joint : skeleton.joints)
     {

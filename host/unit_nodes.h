@@ -32,8 +32,8 @@ struct RigNodes
     std::vector<uint32_t> parentHashes;  // nodes that parent offsets name
     bool hasReference = false;
     uint32_t referenceHash = 0;
-    NodePose referencePose;       // its T-stance
-    std::string referenceName;    // from the rig's source where there is one
+    NodePose referencePose;     // its T-stance
+    std::string referenceName;  // from the rig's source where there is one
 };
 
 // False with `error` for a block whose counts and offsets do not fit its size.
@@ -44,9 +44,9 @@ std::string reference_name_in_source(const std::string& text);
 struct UnitLayout
 {
     uint32_t referenceNode = 0;
-    bool madeReference = false;       // not a joint of the asset
+    bool madeReference = false;  // not a joint of the asset
     NodePose referencePose;
-    std::vector<uint32_t> jointNodes; // node of each joint
+    std::vector<uint32_t> jointNodes;  // node of each joint
 };
 
 // `rig` may be null for a unit without one. The tree stands in the skeleton's rest pose.

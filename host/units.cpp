@@ -83,13 +83,15 @@ HostUnit* HostUnits::owner_of_tree(const void* tree) const
 
 HostUnit* HostUnits::owner_of_actor(const void* actor) const
 {
-    const auto found = std::find_if(slots.begin(), slots.end(), [actor](const Slot& slot) { return slot.unit && &slot.unit->actor == actor; });
+    const auto found =
+        std::find_if(slots.begin(), slots.end(), [actor](const Slot& slot) { return slot.unit && &slot.unit->actor == actor; });
     return found == slots.end() || actor == nullptr ? nullptr : found->unit.get();
 }
 
 size_t HostUnits::live_count() const
 {
-    return static_cast<size_t>(std::count_if(slots.begin(), slots.end(), [](const Slot& slot) { return slot.unit && !slot.unit->deleted; }));
+    return static_cast<size_t>(
+        std::count_if(slots.begin(), slots.end(), [](const Slot& slot) { return slot.unit && !slot.unit->deleted; }));
 }
 
 }  // namespace limbrex_host

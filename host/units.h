@@ -34,12 +34,12 @@ struct HostUnit
     uint64_t resourceName = 0;  // its hash
     uint32_t referenceId = 0;   // never 0
     HostWorld* world = nullptr;
-    HostNodeTree tree;          // node 0 is the unit's root
+    HostNodeTree tree;  // node 0 is the unit's root
     std::array<float, 3> position_world{0.0f, 0.0f, 0.0f};
-    float heading_deg = 0.0f;   // about the world's z; 0 faces along -y, 90 along +x
+    float heading_deg = 0.0f;  // about the world's z; 0 faces along -y, 90 along +x
     bool hasActor = false;
     HostActor actor;
-    bool deleted = false;       // its id is stale; the record lives until the plugin has been told
+    bool deleted = false;  // its id is stale; the record lives until the plugin has been told
 };
 
 // Writes the unit's root pose and marks it changed. False, with nothing written, for numbers that are not finite.

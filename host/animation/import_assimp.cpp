@@ -14,7 +14,7 @@
 #include <set>
 #include <system_error>
 
-#include "host/animation/bvh_import.h"
+#include "host/animation/import_keys.h"
 #include "host/animation/import_names.h"
 #include "host/animation/pose_math.h"
 
@@ -26,11 +26,7 @@ namespace
 constexpr size_t kMaxNodes = 20000;
 constexpr size_t kMaxJoints = 4096;
 constexpr size_t kMaxPoses = size_t{1} << 25;  // frames times joints
-constexpr double kDefaultRate = 30.0;
-constexpr double kLowestRate = 5.0;
-constexpr double kHighestRate = 480.0;
 constexpr double kScaleTolerance = 1e-3;
-constexpr double kUsualRates[] = {24.0, 25.0, 30.0, 48.0, 50.0, 60.0, 100.0, 120.0, 240.0};
 
 // A node of the file with its parts. Children follow their parents.
 struct Node
@@ -59,6 +55,8 @@ struct ScaleReport
     bool animated = false;
     bool broken = false;  // numbers that are not finite
 };
+
+bool finite(const Quatd&) { return true; }  // normalized, so finite
 
 bool finite(Vec3d v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
@@ -231,155 +229,75 @@ void add_joints(std::vector<Node>& nodes, Asset& out, ScaleReport& report)
     for (size_t j = 0; j < rest.size(); ++j) { out.skeleton.joints[j].rest = rest[j]; }
 }
 
-// The key at or before `time` and the share of the way to the next; keys outside their span are held.
-template <typename Key>
-std::pair<unsigned, double> place_in(const Key* keys, unsigned count, double time)
+// Keys with a finite time after the last one's and a finite value; files may hold anything.
+template <typename Key, typename Source>
+std::vector<Key> read_keys(const Source* keys, unsigned count, double ticks_per_second)
 {
-    const Key* after = std::upper_bound(keys, keys + count, time, [](double t, const Key& key) { return t < key.mTime; });
-    if (after == keys) { return {0, 0.0}; }
-    const unsigned at = static_cast<unsigned>(after - keys) - 1;
-    if (at + 1 >= count) { return {count - 1, 0.0}; }
-    const double span = keys[at + 1].mTime - keys[at].mTime;
-    return {at, span > 0.0 ? (time - keys[at].mTime) / span : 0.0};
+    std::vector<Key> out;
+    out.reserve(count);
+    for (unsigned k = 0; k < count; ++k)
+    {
+        const Key key{keys[k].mTime / ticks_per_second, convert(keys[k].mValue)};
+        const bool later = out.empty() || key.time_s >= out.back().time_s;
+        if (std::isfinite(key.time_s) && later && finite(key.value)) { out.push_back(key); }
+    }
+    return out;
 }
 
-Vec3d sample(const aiVectorKey* keys, unsigned count, double time, Vec3d otherwise)
+// One track per node, empty for nodes that the clip leaves alone. Channels name their node, so twins leave the second one still.
+std::vector<NodeTrack> read_tracks(const std::vector<Node>& nodes, const aiAnimation& animation)
 {
-    if (count == 0) { return otherwise; }
-    const auto [at, share] = place_in(keys, count, time);
-    const Vec3d from = convert(keys[at].mValue);
-    const Vec3d value = share > 0.0 ? from + (convert(keys[at + 1].mValue) - from) * share : from;
-    return finite(value) ? value : otherwise;
-}
-
-Quatd sample(const aiQuatKey* keys, unsigned count, double time, const Quatd& otherwise)
-{
-    if (count == 0) { return otherwise; }
-    const auto [at, share] = place_in(keys, count, time);
-    const Quatd from = convert(keys[at].mValue);
-    return share > 0.0 ? slerp(from, convert(keys[at + 1].mValue), share) : from;
-}
-
-template <typename Key>
-void collect_times(const Key* keys, unsigned count, double ticks_per_second, std::vector<double>& times_s)
-{
-    for (unsigned k = 0; k < count; ++k) { times_s.push_back(keys[k].mTime / ticks_per_second); }
-}
-
-// Share of the key times that fall on frames of a rate.
-double share_on_frames(const std::vector<double>& times_s, double rate)
-{
-    const auto on_frame = [rate](double t) { return std::fabs(t * rate - std::round(t * rate)) < 0.03; };
-    return static_cast<double>(std::count_if(times_s.begin(), times_s.end(), on_frame)) / static_cast<double>(times_s.size());
-}
-
-// Median distance of successive keys in seconds, 0 without keys.
-double usual_step(const aiAnimation& animation, double ticks_per_second)
-{
-    std::vector<double> steps;
+    const double ticks = animation.mTicksPerSecond > 0.0 ? animation.mTicksPerSecond : 25.0;
+    std::map<std::string, size_t> first_node;
+    for (size_t i = 0; i < nodes.size(); ++i) { first_node.emplace(convert(nodes[i].source->mName), i); }
+    std::vector<NodeTrack> tracks(nodes.size());
     for (unsigned c = 0; c < animation.mNumChannels; ++c)
     {
         const aiNodeAnim& channel = *animation.mChannels[c];
-        for (unsigned k = 1; k < channel.mNumRotationKeys; ++k)
-        {
-            steps.push_back((channel.mRotationKeys[k].mTime - channel.mRotationKeys[k - 1].mTime) / ticks_per_second);
-        }
+        const auto found = first_node.find(convert(channel.mNodeName));
+        if (found == first_node.end() || found->first.empty()) { continue; }
+        tracks[found->second] = {read_keys<VectorKey>(channel.mPositionKeys, channel.mNumPositionKeys, ticks),
+                                 read_keys<RotationKey>(channel.mRotationKeys, channel.mNumRotationKeys, ticks),
+                                 read_keys<VectorKey>(channel.mScalingKeys, channel.mNumScalingKeys, ticks)};
     }
-    if (steps.empty()) { return 0.0; }
-    const auto place = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
-    std::nth_element(steps.begin(), place, steps.end());
-    return *place;
+    return tracks;
 }
 
-// How a clip was sampled. The step follows the keys themselves, the rate is what it is called: keys written as 0.0083333 make
-// 120 frames a second, and sampling at 1/120 would drift off them.
-struct Sampling
-{
-    double rate;
-    double step_s;
-};
-
-// One over the usual key distance where that is a usual rate, else (keys were thinned out) the lowest usual rate whose frames
-// hold the keys.
-Sampling clip_sampling(const aiAnimation& animation, double ticks_per_second)
-{
-    const double step_s = usual_step(animation, ticks_per_second);
-    for (const double usual : kUsualRates)
-    {
-        if (std::fabs(step_s * usual - 1.0) < 0.02) { return {usual, step_s}; }
-    }
-    std::vector<double> times_s;
-    for (unsigned c = 0; c < animation.mNumChannels; ++c)
-    {
-        const aiNodeAnim& channel = *animation.mChannels[c];
-        collect_times(channel.mPositionKeys, channel.mNumPositionKeys, ticks_per_second, times_s);
-        collect_times(channel.mRotationKeys, channel.mNumRotationKeys, ticks_per_second, times_s);
-    }
-    if (times_s.empty() || *std::max_element(times_s.begin(), times_s.end()) <= 0.0) { return {kDefaultRate, 1.0 / kDefaultRate}; }
-    for (const double usual : kUsualRates)
-    {
-        if (share_on_frames(times_s, usual) >= 0.9) { return {usual, 1.0 / usual}; }
-    }
-    if (step_s >= 1.0 / kHighestRate && step_s <= 1.0 / kLowestRate) { return {1.0 / step_s, step_s}; }
-    return {kDefaultRate, 1.0 / kDefaultRate};
-}
-
-double last_key_time(const aiAnimation& animation)
-{
-    double last = 0.0;
-    for (unsigned c = 0; c < animation.mNumChannels; ++c)
-    {
-        const aiNodeAnim& channel = *animation.mChannels[c];
-        if (channel.mNumPositionKeys > 0) { last = std::max(last, channel.mPositionKeys[channel.mNumPositionKeys - 1].mTime); }
-        if (channel.mNumRotationKeys > 0) { last = std::max(last, channel.mRotationKeys[channel.mNumRotationKeys - 1].mTime); }
-    }
-    return last;
-}
-
-void sample_frame(const std::vector<Node>& nodes, const std::vector<const aiNodeAnim*>& channels, double time, JointPose* out,
-                  ScaleReport& report)
+void sample_frame(const std::vector<Node>& nodes, const std::vector<NodeTrack>& tracks, double time_s, JointPose* out, ScaleReport& report)
 {
     std::vector<ScaledFrame> frames(nodes.size());
     for (size_t i = 0; i < nodes.size(); ++i)
     {
         const Node& node = nodes[i];
-        Vec3d translation = node.translation;
-        Quatd rotation = node.rotation;
-        Vec3d scale = node.scale;
-        if (const aiNodeAnim* channel = channels[i])
-        {
-            translation = sample(channel->mPositionKeys, channel->mNumPositionKeys, time, translation);
-            rotation = sample(channel->mRotationKeys, channel->mNumRotationKeys, time, rotation);
-            scale = sample(channel->mScalingKeys, channel->mNumScalingKeys, time, scale);
-            report.animated |= node.kept && length(scale - node.scale) > 0.01 * length(node.scale);
-        }
+        const Vec3d translation = sample(tracks[i].translation, time_s, node.translation);
+        const Quatd rotation = sample(tracks[i].rotation, time_s, node.rotation);
+        const Vec3d scale = sample(tracks[i].scale, time_s, node.scale);
+        report.animated |= node.kept && length(scale - node.scale) > 0.01 * length(node.scale);
         frames[i] = below(node.parent < 0 ? ScaledFrame{} : frames[static_cast<size_t>(node.parent)], translation, rotation, scale);
     }
     write_locals(nodes, frames, out);
 }
 
-std::vector<const aiNodeAnim*> channels_by_node(const std::vector<Node>& nodes, const aiAnimation& animation)
+// Each joint on the side of its last frame, for blending.
+void align_signs(Clip& clip, size_t joint_count)
 {
-    std::map<std::string, size_t> first_node;
-    for (size_t i = 0; i < nodes.size(); ++i) { first_node.emplace(convert(nodes[i].source->mName), i); }
-    std::vector<const aiNodeAnim*> channels(nodes.size(), nullptr);
-    for (unsigned c = 0; c < animation.mNumChannels; ++c)
+    for (size_t i = joint_count; i < clip.poses.size(); ++i)
     {
-        const auto found = first_node.find(convert(animation.mChannels[c]->mNodeName));
-        if (found != first_node.end() && !found->first.empty()) { channels[found->second] = animation.mChannels[c]; }
+        std::array<float, 4>& now = clip.poses[i].rotation;
+        const Quatd turned = -to_quatd(now);
+        if (dot(to_quatd(clip.poses[i - joint_count].rotation), turned) > 0.0) { now = to_floats(turned); }
     }
-    return channels;
 }
 
 void add_clip(const std::vector<Node>& nodes, const aiAnimation& animation, size_t number, Asset& out, ScaleReport& report)
 {
-    const double ticks = animation.mTicksPerSecond > 0.0 ? animation.mTicksPerSecond : 25.0;
     Clip clip;
     clip.name = convert(animation.mName);
     if (clip.name.empty()) { clip.name = "clip_" + std::to_string(number); }
-    const Sampling sampling = clip_sampling(animation, ticks);
+    const std::vector<NodeTrack> tracks = read_tracks(nodes, animation);
+    const Sampling sampling = find_sampling(tracks);
     clip.framesPerSecond = sampling.rate;
-    const double frames = std::floor(last_key_time(animation) / ticks / sampling.step_s + 0.5) + 1.0;
+    const double frames = std::floor(last_key_time(tracks) / sampling.step_s + 0.5) + 1.0;
     const size_t joint_count = out.skeleton.joints.size();
     if (!(frames >= 1.0) || frames * static_cast<double>(joint_count) > static_cast<double>(kMaxPoses))
     {
@@ -388,17 +306,11 @@ void add_clip(const std::vector<Node>& nodes, const aiAnimation& animation, size
     }
     clip.frameCount = static_cast<uint32_t>(frames);
     clip.poses.resize(clip.frameCount * joint_count);
-    const std::vector<const aiNodeAnim*> channels = channels_by_node(nodes, animation);
     for (uint32_t frame = 0; frame < clip.frameCount; ++frame)
     {
-        sample_frame(nodes, channels, frame * sampling.step_s * ticks, clip.poses.data() + frame * joint_count, report);
+        sample_frame(nodes, tracks, frame * sampling.step_s, clip.poses.data() + frame * joint_count, report);
     }
-    for (size_t i = joint_count; i < clip.poses.size(); ++i)  // each joint on the side of its last frame, for blending
-    {
-        std::array<float, 4>& now = clip.poses[i].rotation;
-        const Quatd turned = -to_quatd(now);
-        if (dot(to_quatd(clip.poses[i - joint_count].rotation), turned) > 0.0) { now = to_floats(turned); }
-    }
+    align_signs(clip, joint_count);
     out.clips.push_back(std::move(clip));
 }
 

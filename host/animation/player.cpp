@@ -25,7 +25,8 @@ JointPose between(const JointPose& from, const JointPose& to, double alpha)
 
 int32_t joint_named(const Skeleton& skeleton, const std::string& name)
 {
-    const auto found = std::find_if(skeleton.joints.begin(), skeleton.joints.end(), [&name](const Joint& joint) { return joint.name == name; });
+    const auto found =
+        std::find_if(skeleton.joints.begin(), skeleton.joints.end(), [&name](const Joint& joint) { return joint.name == name; });
     return found == skeleton.joints.end() ? -1 : static_cast<int32_t>(found - skeleton.joints.begin());
 }
 
@@ -101,12 +102,17 @@ bool ClipPlayer::bind(const ClipPlayback& wanted, const Skeleton& unit_skeleton,
     }
     if (std::all_of(found.begin(), found.end(), [](int32_t joint) { return joint < 0; }))
     {
-        error = fmt::format("{}: clip \"{}\" moves none of the unit's {} joints: it has another skeleton (its first joint is \"{}\", the unit's \"{}\")",
-                            wanted.asset->path, clip.name, unit_skeleton.joints.size(), source.joints.empty() ? "" : source.joints[0].name,
-                            unit_skeleton.joints.empty() ? "" : unit_skeleton.joints[0].name);
+        error = fmt::format(
+            "{}: clip \"{}\" moves none of the unit's {} joints: it has another skeleton (its first joint is \"{}\", the unit's \"{}\")",
+            wanted.asset->path, clip.name, unit_skeleton.joints.size(), source.joints.empty() ? "" : source.joints[0].name,
+            unit_skeleton.joints.empty() ? "" : unit_skeleton.joints[0].name);
         return false;
     }
-    if (still_count > 0) { notes.push_back(fmt::format("{}: clip \"{}\" leaves {} joints in their rest pose: {}", wanted.asset->path, clip.name, still_count, still)); }
+    if (still_count > 0)
+    {
+        notes.push_back(
+            fmt::format("{}: clip \"{}\" leaves {} joints in their rest pose: {}", wanted.asset->path, clip.name, still_count, still));
+    }
     playback = wanted;
     clipJoints = std::move(found);
     travelJoint = travelling_joint(*wanted.asset, wanted.clip);
@@ -130,7 +136,8 @@ std::array<double, 3> ClipPlayer::travel_at(const std::vector<JointPose>& poses)
     return {point.x, point.y, point.z};
 }
 
-void ClipPlayer::apply(double time_s, const Skeleton& unit_skeleton, const UnitLayout& layout, HostNodeTree& tree, std::array<double, 3>& travel)
+void ClipPlayer::apply(double time_s, const Skeleton& unit_skeleton, const UnitLayout& layout, HostNodeTree& tree,
+                       std::array<double, 3>& travel)
 {
     travel = {0.0, 0.0, 0.0};
     if (!bound()) { return; }
