@@ -51,15 +51,19 @@ function(limbrex_add_library)
     endforeach()
 endfunction()
 
-# The plugin shows an engine one symbol. It carries its own copy of the library.
+# The plugin shows an engine one symbol. It carries its own copy of the library. Its objects are an archive too, for tests of what lies
+# behind the symbol.
 function(limbrex_add_plugin)
     limbrex_sources(sources plugin resources contexts constraints debug)
     if(NOT sources)
         return()
     endif()
-    add_library(limbrex_plugin MODULE ${sources})
+    add_library(limbrex_plugin_objects STATIC ${sources})
+    target_link_libraries(limbrex_plugin_objects PRIVATE limbrex_kernel_flags PUBLIC limbrex)
+    target_include_directories(limbrex_plugin_objects PUBLIC ${PROJECT_SOURCE_DIR})
+    add_library(limbrex_plugin MODULE $<TARGET_OBJECTS:limbrex_plugin_objects>)
+    set_target_properties(limbrex_plugin PROPERTIES LINKER_LANGUAGE CXX)
     target_link_libraries(limbrex_plugin PRIVATE limbrex_kernel_flags limbrex)
-    target_include_directories(limbrex_plugin PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_options(limbrex_plugin PRIVATE $<$<NOT:$<BOOL:${LIMBREX_SANITIZE}>>:LINKER:--no-undefined>)
     set_target_properties(limbrex_plugin PROPERTIES
         PREFIX lib LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}/limbrex)

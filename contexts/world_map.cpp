@@ -56,46 +56,8 @@ void put_on_free_list(WorldRegistry& registry, uint32_t slot)
 
 bool has_free_slot(const WorldRegistry& registry) { return registry.overflowLeft > 0 || registry.freeHead != kFreeListEnd; }
 
-// The cell of a key in a table that has room: its own, or one at the end of its bucket's chain.
-uint64_t* place_key(WorldRegistry& registry, uint64_t key, uint64_t value_if_new)
-{
-    uint32_t slot = bucket_of(registry, key);
-    if (registry.links[slot] != kLinkEmpty)
-    {
-        for (;; slot = registry.links[slot])
-        {
-            if (registry.entries[slot].key == key) return &registry.entries[slot].value;
-            if (registry.links[slot] == kLinkLast) break;
-        }
-        const uint32_t free_slot = take_free_slot(registry);
-        registry.links[slot] = free_slot;
-        slot = free_slot;
-    }
-    registry.entries[slot] = {key, value_if_new};
-    registry.links[slot] = kLinkLast;
-    ++registry.usedCount;
-    return &registry.entries[slot].value;
-}
-
-// Old slots go over in their order, so that listings keep theirs as far as the new buckets allow.
-bool grow(WorldRegistry& registry)
-{
-    const uint32_t doubled = 2 * registry.bucketCount + 1;
-    WorldRegistry grown;
-    if (!make_table(grown, doubled > kFirstBucketCount ? doubled : kFirstBucketCount)) return false;
-    for (uint32_t slot = 0; slot < registry.slotCount; ++slot)
-    {
-        const bool used = (registry.links[slot] & kLinkFree) == 0;
-        if (used) place_key(grown, registry.entries[slot].key, registry.entries[slot].value);
-    }
-    plugin_deallocate(registry.links);
-    registry = grown;
-    return true;
-}
-
-}  // namespace
-
-const uint64_t* find_world_key(const WorldRegistry& registry, uint64_t key)
+// The cell of a key that is in the table; null otherwise.
+uint64_t* find_cell(const WorldRegistry& registry, uint64_t key)
 {
     if (registry.usedCount == 0) return nullptr;
     uint32_t slot = bucket_of(registry, key);
@@ -108,19 +70,82 @@ const uint64_t* find_world_key(const WorldRegistry& registry, uint64_t key)
     return &registry.entries[slot].value;
 }
 
-uint64_t* insert_world_key(WorldRegistry& registry, uint64_t key)
+// The cell of a key: its own, or a new one at the end of its bucket's chain. Null when that needs an overflow slot and none is left.
+uint64_t* place_key(WorldRegistry& registry, uint64_t key, uint64_t value_if_new)
+{
+    uint32_t slot = bucket_of(registry, key);
+    if (registry.links[slot] != kLinkEmpty)
+    {
+        for (;; slot = registry.links[slot])
+        {
+            if (registry.entries[slot].key == key) return &registry.entries[slot].value;
+            if (registry.links[slot] == kLinkLast) break;
+        }
+        if (!has_free_slot(registry)) return nullptr;
+        const uint32_t free_slot = take_free_slot(registry);
+        registry.links[slot] = free_slot;
+        slot = free_slot;
+    }
+    registry.entries[slot] = {key, value_if_new};
+    registry.links[slot] = kLinkLast;
+    ++registry.usedCount;
+    return &registry.entries[slot].value;
+}
+
+// Old slots go over in their order, so that listings keep theirs as far as the new buckets allow. False when the new table's overflow ran out.
+bool copy_entries(const WorldRegistry& from, WorldRegistry& to)
+{
+    for (uint32_t slot = 0; slot < from.slotCount; ++slot)
+    {
+        const bool used = (from.links[slot] & kLinkFree) == 0;
+        if (used && !place_key(to, from.entries[slot].key, from.entries[slot].value)) return false;
+    }
+    return true;
+}
+
+// More than twice the buckets. Keys that crowd into few of them even so get a table twice as large again: overflow grows with the buckets.
+bool grow(WorldRegistry& registry)
+{
+    uint32_t bucket_count = registry.bucketCount;
+    for (;;)
+    {
+        bucket_count = bucket_count > 0 ? 2 * bucket_count + 1 : kFirstBucketCount;
+        WorldRegistry grown;
+        if (!make_table(grown, bucket_count)) return false;
+        if (copy_entries(registry, grown))
+        {
+            plugin_deallocate(registry.links);
+            registry = grown;
+            return true;
+        }
+        plugin_deallocate(grown.links);
+    }
+}
+
+uint64_t key_of(const World* world) { return reinterpret_cast<uint64_t>(world); }
+
+}  // namespace
+
+WorldRecord* find_world_record(const WorldRegistry& registry, const World* world)
+{
+    const uint64_t* cell = find_cell(registry, key_of(world));
+    return cell ? reinterpret_cast<WorldRecord*>(*cell) : nullptr;
+}
+
+uint64_t* insert_world_record(WorldRegistry& registry, const World* world)
 {
     while (!has_free_slot(registry))
     {
-        if (const uint64_t* cell = find_world_key(registry, key)) return const_cast<uint64_t*>(cell);
+        if (uint64_t* cell = find_cell(registry, key_of(world))) return cell;
         if (!grow(registry)) return nullptr;
     }
-    return place_key(registry, key, 0);
+    return place_key(registry, key_of(world), 0);
 }
 
-void erase_world_key(WorldRegistry& registry, uint64_t key)
+void erase_world_record(WorldRegistry& registry, const World* world)
 {
     if (registry.usedCount == 0) return;
+    const uint64_t key = key_of(world);
     const uint32_t bucket = bucket_of(registry, key);
     if (registry.links[bucket] == kLinkEmpty) return;
     if (registry.entries[bucket].key == key)
@@ -148,7 +173,7 @@ void erase_world_key(WorldRegistry& registry, uint64_t key)
     }
 }
 
-void clear_world_keys(WorldRegistry& registry)
+void reset_world_registry(WorldRegistry& registry)
 {
     plugin_deallocate(registry.links);
     registry = WorldRegistry();

@@ -63,13 +63,13 @@ void release_list(ContextList<Context>& list, void (*destroy)(Context*))
 WorldRecord* add_world_record(WorldRegistry& registry, World* world)
 {
     void* block = plugin_allocate(sizeof(WorldRecord), alignof(WorldRecord));
-    uint64_t* cell = block ? insert_world_key(registry, key_of_world(world)) : nullptr;
+    uint64_t* cell = block ? insert_world_record(registry, world) : nullptr;
     if (!cell)
     {
         plugin_deallocate(block);
         return nullptr;
     }
-    if (WorldRecord* earlier = record_of_value(*cell))
+    if (auto* earlier = reinterpret_cast<WorldRecord*>(*cell))
     {
         release_context_lists(*earlier);
         plugin_deallocate(earlier);
@@ -80,18 +80,17 @@ WorldRecord* add_world_record(WorldRegistry& registry, World* world)
     return record;
 }
 
-WorldRecord* find_world_record(World* world)
+WorldRecord* record_of_world(const World* world)
 {
     const PluginState& state = plugin_state();
-    if (!state.debugLineBuffer || !state.worldRegistry) return nullptr;
-    const uint64_t* cell = find_world_key(*state.worldRegistry, key_of_world(world));
-    return cell ? record_of_value(*cell) : nullptr;
+    const bool begun = state.debugLineBuffer && state.worldRegistry;
+    return begun ? find_world_record(*state.worldRegistry, world) : nullptr;
 }
 
 WorldRecord* world_record_of_unit(Unit* unit)
 {
     if (!unit || !plugin_state().debugLineBuffer) return nullptr;
-    return find_world_record(host_services().unit->world(unit));
+    return record_of_world(host_services().unit->world(unit));
 }
 
 void release_context_lists(WorldRecord& record)
@@ -103,7 +102,7 @@ void release_context_lists(WorldRecord& record)
 void remove_world_record(WorldRegistry& registry, WorldRecord* record)
 {
     release_context_lists(*record);
-    erase_world_key(registry, key_of_world(record->world));
+    erase_world_record(registry, record->world);
     plugin_deallocate(record);
 }
 
@@ -115,3 +114,17 @@ bool append_creature_context(WorldRecord& record, CreatureContext* context) { re
 
 void remove_character_context_at(WorldRecord& record, int32_t index) { remove_from(record.characters, index, destroy_character_context); }
 void remove_creature_context_at(WorldRecord& record, int32_t index) { remove_from(record.creatures, index, destroy_creature_context); }
+
+void note_failed_creature(WorldRecord& record, Unit* unit)
+{
+    if (record.failedCreatureCount < kFailedCreatureCapacity) record.failedCreatureUnits[record.failedCreatureCount++] = unit;
+}
+
+bool is_failed_creature(const WorldRecord& record, const Unit* unit)
+{
+    for (int32_t i = 0; i < record.failedCreatureCount; ++i)
+    {
+        if (record.failedCreatureUnits[i] == unit) return true;
+    }
+    return false;
+}

@@ -29,7 +29,7 @@ struct WorldRecord
     LineObject* lineObject;
     ContextList<CharacterContext> characters;
     ContextList<CreatureContext> creatures;
-    Unit* failedCreatureUnits[kFailedCreatureCapacity];  // not tried again while the world exists
+    Unit* failedCreatureUnits[kFailedCreatureCapacity];
     int32_t failedCreatureCount;
 };
 
@@ -37,13 +37,13 @@ struct WorldRecord
 
 struct WorldEntry
 {
-    uint64_t key;  // world pointer
-    uint64_t value;  // record pointer
+    uint64_t key;    // world pointer
+    uint64_t value;  // record pointer, or 0
 };
 
 constexpr uint32_t kLinkEmpty = 0xFFFFFFFEu;
-constexpr uint32_t kLinkLast = 0x7FFFFFFFu;   // of its chain
-constexpr uint32_t kLinkFree = 0x80000000u;   // top bit: on the free list, the rest the next free slot
+constexpr uint32_t kLinkLast = 0x7FFFFFFFu;  // of its chain
+constexpr uint32_t kLinkFree = 0x80000000u;  // top bit: on the free list, the rest the next free slot
 constexpr uint32_t kFreeListEnd = 0xFFFFFFFFu;
 
 struct WorldRegistry
@@ -57,23 +57,21 @@ struct WorldRegistry
     uint32_t freeHead = kFreeListEnd;
 };
 
-// The value cell of a key, made with value 0 when absent. Null when there is no memory for a larger table.
-uint64_t* insert_world_key(WorldRegistry& registry, uint64_t key);
-const uint64_t* find_world_key(const WorldRegistry& registry, uint64_t key);  // null when absent
-void erase_world_key(WorldRegistry& registry, uint64_t key);
-// Empties the map and gives its storage back; the values are the caller's to release first.
-void clear_world_keys(WorldRegistry& registry);
+// The value cell of a world, made with value 0 when absent. Null when there is no memory for a larger table. It holds until the next insertion.
+uint64_t* insert_world_record(WorldRegistry& registry, const World* world);
+WorldRecord* find_world_record(const WorldRegistry& registry, const World* world);  // null when absent
+void erase_world_record(WorldRegistry& registry, const World* world);               // the record itself is the caller's
+// Empties the map and gives its storage back; the records are the caller's to release first.
+void reset_world_registry(WorldRegistry& registry);
 
-inline uint64_t key_of_world(const World* world) { return reinterpret_cast<uint64_t>(world); }
-inline WorldRecord* record_of_value(uint64_t value) { return reinterpret_cast<WorldRecord*>(value); }
-
+// Slot order. The visit may release records, but not insert or erase.
 template <class Visit>
-void for_each_world(WorldRegistry& registry, Visit visit)
+void for_each_world(const WorldRegistry& registry, Visit visit)
 {
     for (uint32_t slot = 0; slot < registry.slotCount; ++slot)
     {
         const bool used = (registry.links[slot] & kLinkFree) == 0;
-        if (used && registry.entries[slot].value != 0) visit(*record_of_value(registry.entries[slot].value));
+        if (used && registry.entries[slot].value != 0) visit(*reinterpret_cast<WorldRecord*>(registry.entries[slot].value));
     }
 }
 
@@ -81,18 +79,23 @@ void for_each_world(WorldRegistry& registry, Visit visit)
 
 // A record with empty lists under the world's key; an earlier one under that key is replaced. Null when there is no memory.
 WorldRecord* add_world_record(WorldRegistry& registry, World* world);
-WorldRecord* find_world_record(World* world);         // of the plugin's registry; null when gameplay has not begun or the world is unknown
+// Of the plugin's registry. Null when gameplay has not begun, for a world without a record, and for no unit.
+WorldRecord* record_of_world(const World* world);
 WorldRecord* world_record_of_unit(Unit* unit);
 // Creatures first, then characters, each list from its start; then the arrays and the record. The line object is the caller's.
 void remove_world_record(WorldRegistry& registry, WorldRecord* record);
-void release_context_lists(WorldRecord& record);      // destroys the contexts and frees the arrays
+void release_context_lists(WorldRecord& record);  // destroys the contexts and frees the arrays
 
 // ---- contexts -----------------------------------------------------------------------------------------------------------------
 
 CharacterContext* find_character_context(const WorldRecord& record, const Unit* unit);  // null when the unit has none
 CreatureContext* find_creature_context(const WorldRecord& record, const Unit* unit);
-bool append_character_context(WorldRecord& record, CharacterContext* context);          // false: no memory, not appended
+bool append_character_context(WorldRecord& record, CharacterContext* context);  // false: no memory, not appended
 bool append_creature_context(WorldRecord& record, CreatureContext* context);
 // Destroys the context; those behind it move down, so a caller that walks the list looks at the same index again.
 void remove_character_context_at(WorldRecord& record, int32_t index);
 void remove_creature_context_at(WorldRecord& record, int32_t index);
+
+// Units whose creature could not be built are not tried again while the world exists. The list holds 32; later ones are not noted.
+void note_failed_creature(WorldRecord& record, Unit* unit);
+bool is_failed_creature(const WorldRecord& record, const Unit* unit);

@@ -10,19 +10,21 @@
 namespace
 {
 
-constexpr uint32_t kFirstCapacity = 64;
+// Lines pile up while nothing is rendered; past this many they are dropped.
+constexpr uint64_t kLargestCapacity = 1u << 24;
 
 template <class Value>
 bool reserve_one(DebugArray<Value>& array)
 {
     if (array.count < array.capacity) return true;
-    const uint32_t capacity = array.capacity > 0 ? 2 * array.capacity : kFirstCapacity;
-    auto* values = static_cast<Value*>(plugin_allocate(capacity * sizeof(Value), alignof(Value)));
+    const uint64_t capacity = 2 * static_cast<uint64_t>(array.capacity) + 10;
+    if (capacity > kLargestCapacity) return false;
+    auto* values = static_cast<Value*>(plugin_allocate(static_cast<size_t>(capacity) * sizeof(Value), alignof(Value)));
     if (!values) return false;
     if (array.count > 0) std::memcpy(values, array.values, array.count * sizeof(Value));
     plugin_deallocate(array.values);
     array.values = values;
-    array.capacity = capacity;
+    array.capacity = static_cast<uint32_t>(capacity);
     return true;
 }
 

@@ -11,44 +11,63 @@
 #include "resources/character_compiler.h"
 #include "resources/creature_compiler.h"
 #include "resources/host_services.h"
-#include "resources/murmur_hash.h"
+#include "resources/log.h"
 #include "resources/plugin_allocator.h"
 #include "resources/plugin_state.h"
 
 namespace
 {
 
-struct ResourceTypeRow
+// A kind of rig: its resource type and what is done with a unit that has one.
+struct RigKind
 {
-    const char* name;
+    const char* typeName;
+    uint64_t typeKey;  // hash of the name
     CompileFunction compile;
+    void (*evaluate)(WorldRecord& record, Unit* unit, World* world, const void* resource, const NodeTreeView& tree, float step_s);
 };
-constexpr ResourceTypeRow kResourceTypes[] = {{"character", compile_character}, {"creature", compile_creature}};
+constexpr RigKind kRigKinds[] = {
+    // Characters come before creatures in everything that is done for both.
+    {"character", 0x394E4FEF3B347BA9u, compile_character, evaluate_character},
+    {"creature", 0x2B79AD2B80E86006u, compile_creature, evaluate_creature},
+};
+constexpr const RigKind& kCharacters = kRigKinds[0];
+constexpr const RigKind& kCreatures = kRigKinds[1];
 constexpr int32_t kCompilerVersion = 1;
-
-uint64_t character_type_key()
-{
-    static const uint64_t key = murmur_hash_64("character", 9);
-    return key;
-}
-
-// The rig under the unit's own resource name; null when there is none.
-const void* rig_of_unit(Unit* unit) { return host_services().resource->get_key(character_type_key(), host_services().unit->resource_name(unit)); }
-
-// Everything of one world in one frame: characters before creatures, each in order of creation.
-void update_world_contexts(World* world, float step_s)
-{
-    WorldRecord* record = find_world_record(world);
-    if (!record) return;
-    for (int32_t i = 0; i < record->characters.count; ++i)
-    {
-        Unit* unit = record->characters.entries[i]->unit;
-        if (unit) evaluate_character(*record, unit, world, rig_of_unit(unit), view_node_tree(unit), step_s);
-    }
-}
 
 // True when the context's unit is gone, or its place was taken by another.
 bool is_stale(Unit* unit, uint32_t reference) { return unit && host_services().unitHandle->resolve(reference) != unit; }
+
+// A context whose unit is gone waits for its removal: what the engine would be asked about is no unit any more.
+template <class Context>
+void update_contexts(WorldRecord& record, const ContextList<Context>& list, const RigKind& kind, float step_s)
+{
+    for (int32_t i = 0; i < list.count; ++i)
+    {
+        Unit* unit = list.entries[i]->unit;
+        if (!unit || is_stale(unit, list.entries[i]->unitReference)) continue;
+        const void* resource = host_services().resource->get_key(kind.typeKey, host_services().unit->resource_name(unit));
+        kind.evaluate(record, unit, record.world, resource, view_node_tree(unit), step_s);
+    }
+}
+
+// Everything of one world in one frame, each list in order of creation.
+void update_world_contexts(World* world, float step_s)
+{
+    WorldRecord* record = record_of_world(world);
+    if (!record) return;
+    update_contexts(*record, record->characters, kCharacters, step_s);
+    update_contexts(*record, record->creatures, kCreatures, step_s);
+}
+
+// Makes and evaluates the context of a unit whose own resource name is that of a rig.
+void evaluate_created_unit(WorldRecord& record, Unit* unit, const RigKind& kind)
+{
+    const HostResourceService& resources = *host_services().resource;
+    const uint64_t name = host_services().unit->resource_name(unit);
+    if (!resources.has_key(kind.typeKey, name)) return;
+    kind.evaluate(record, unit, record.world, resources.get_key(kind.typeKey, name), view_node_tree(unit), 0.0f);
+}
 
 // Takes out stale contexts until the budget is spent.
 template <class Context>
@@ -75,6 +94,14 @@ void release_line_object(WorldRecord& record)
     record.lineObject = nullptr;
 }
 
+bool offers_compiling(const HostServices& services) { return services.compilerRegistry && services.compileInput && services.memory; }
+
+bool offers_gameplay(const HostServices& services)
+{
+    return services.script && services.memory && services.resource && services.unit && services.nodeTree && services.unitHandle &&
+           services.world;
+}
+
 WorldRegistry* create_registry()
 {
     void* block = plugin_allocate(sizeof(WorldRegistry), alignof(WorldRegistry));
@@ -89,30 +116,37 @@ namespace hooks
 void setup_resource_types(GetApi get_api)
 {
     acquire_host_services(get_api);
-    for (const ResourceTypeRow& type : kResourceTypes)
+    if (!offers_compiling(host_services())) return;
+    for (const RigKind& kind : kRigKinds)
     {
-        host_services().compilerRegistry->register_compiler(type.name, kCompilerVersion, type.compile);
-        host_services().compilerRegistry->declare_type(type.name);
+        host_services().compilerRegistry->register_compiler(kind.typeName, kCompilerVersion, kind.compile);
+        host_services().compilerRegistry->declare_type(kind.typeName);
     }
 }
 
 void shutdown_resource_types(GetApi get_api)
 {
     acquire_host_services(get_api);
-    for (const ResourceTypeRow& type : kResourceTypes) host_services().resource->release_type(type.name);
+    if (!host_services().resource) return;
+    for (const RigKind& kind : kRigKinds) host_services().resource->release_type(kind.typeName);
 }
 
 void begin_gameplay(GetApi get_api)
 {
     acquire_host_services(get_api);
     PluginState& state = plugin_state();
-    if (state.debugLineBuffer || state.worldRegistry) return;  // begun already
+    if (state.debugLineBuffer) return;  // begun already
+    if (!offers_gameplay(host_services()))
+    {
+        log_error("The engine lacks a service: nothing is animated");
+        return;
+    }
     if (!open_plugin_allocator()) return;
     state.debugLineBuffer = create_line_buffer();
     state.worldRegistry = state.debugLineBuffer ? create_registry() : nullptr;
     if (!state.worldRegistry)
     {
-        // Without memory there is no gameplay: everything stays as before, and the hooks do nothing.
+        log_error("There is no memory to begin with: nothing is animated");
         destroy_line_buffer(state.debugLineBuffer);
         state.debugLineBuffer = nullptr;
         close_plugin_allocator();
@@ -123,30 +157,30 @@ void begin_gameplay(GetApi get_api)
 
 void world_added(World* world)
 {
-    host_services().world->register_update(world, update_world_contexts);
+    const HostServices& services = host_services();
+    if (!services.world) return;
+    services.world->register_update(world, update_world_contexts);
     if (!plugin_state().worldRegistry) return;
+    if (WorldRecord* earlier = record_of_world(world)) release_line_object(*earlier);
     WorldRecord* record = add_world_record(*plugin_state().worldRegistry, world);
     if (!record) return;
-    record->drawingContext = host_services().world->drawing_context(world);
-    record->lineObject = host_services().line ? host_services().line->create(record->drawingContext) : nullptr;
+    record->drawingContext = services.world->drawing_context(world);
+    if (services.line && record->drawingContext) record->lineObject = services.line->create(record->drawingContext);
 }
 
 void world_removed(World* world)
 {
     // The world's line object goes with the world's drawing context, which is the engine's.
-    if (WorldRecord* record = find_world_record(world)) remove_world_record(*plugin_state().worldRegistry, record);
+    if (WorldRecord* record = record_of_world(world)) remove_world_record(*plugin_state().worldRegistry, record);
 }
 
 void on_units_created(Unit* const* units, uint32_t count)
 {
     for (uint32_t i = 0; i < count; ++i)
     {
-        World* world = host_services().unit->world(units[i]);
-        WorldRecord* record = find_world_record(world);
+        WorldRecord* record = world_record_of_unit(units[i]);
         if (!record) continue;
-        const uint64_t name = host_services().unit->resource_name(units[i]);
-        if (!host_services().resource->has_key(character_type_key(), name)) continue;
-        evaluate_character(*record, units[i], world, host_services().resource->get_key(character_type_key(), name), view_node_tree(units[i]), 0.0f);
+        for (const RigKind& kind : kRigKinds) evaluate_created_unit(*record, units[i], kind);
     }
 }
 
@@ -164,7 +198,7 @@ void on_units_removed(Unit* const* units, uint32_t count)
 
 void render_world(World* world, void* render_argument)
 {
-    const WorldRecord* record = find_world_record(world);
+    const WorldRecord* record = record_of_world(world);
     if (!record || !host_services().line || !record->drawingContext || !record->lineObject) return;
     flush_lines(*plugin_state().debugLineBuffer, record->drawingContext, render_argument, record->lineObject);
 }
@@ -181,7 +215,7 @@ void end_gameplay()
                            release_line_object(record);
                        });
         for_each_world(*state.worldRegistry, [](WorldRecord& record) { plugin_deallocate(&record); });
-        clear_world_keys(*state.worldRegistry);
+        reset_world_registry(*state.worldRegistry);
     }
     destroy_line_buffer(state.debugLineBuffer);
     state.debugLineBuffer = nullptr;

@@ -6,7 +6,6 @@
 #include "contexts/script_call.h"
 #include "contexts/world_registry.h"
 #include "resources/compiled_character.h"
-#include "resources/host_services.h"
 #include "resources/log.h"
 
 namespace script
@@ -14,8 +13,6 @@ namespace script
 
 namespace
 {
-
-constexpr const char* kCharacterType = "character";
 
 CharacterContext* context_of_unit(Unit* unit)
 {
@@ -36,50 +33,6 @@ int32_t position_in_world(const CharacterContext* context)
 uint8_t flag_byte(const ScriptCall& call, int argument) { return call.flag(argument) ? 1 : 0; }
 
 }  // namespace
-
-int character_declare_context(ScriptCall& call)
-{
-    Unit* unit = call.unit();
-    WorldRecord* record = unit ? world_record_of_unit(unit) : nullptr;
-    if (!record) return 0;
-    if (find_character_context(*record, unit))
-    {
-        log_info("Useless '%s' call (unit already has a context)", call.name);
-        return 0;
-    }
-    size_t length = 0;
-    const char* resource_name = call.string(2, length);
-    if (!resource_name || length == 0)
-    {
-        log_error("%s: unspecified resource name (null or empty)", call.name);
-        return 0;
-    }
-    const HostResourceService& resources = *host_services().resource;
-    const void* resource = resources.has(kCharacterType, resource_name) ? resources.get(kCharacterType, resource_name) : nullptr;
-    if (!resource)
-    {
-        log_error("%s: cannot find the specified .character resource (%s) for unit", call.name, resource_name);
-        log_error("Don't forget to specify the resource full path (without extension) ex: content/models/robot");
-        return 0;
-    }
-    build_character_context(*record, static_cast<const CompiledCharacter*>(resource), unit, nullptr, 0, nullptr);
-    return 0;
-}
-
-int character_delete_context(ScriptCall& call)
-{
-    Unit* unit = call.unit();
-    WorldRecord* record = unit ? world_record_of_unit(unit) : nullptr;
-    if (!record) return 0;
-    for (int32_t i = 0; i < record->characters.count; ++i)
-    {
-        if (record->characters.entries[i]->unit != unit) continue;
-        remove_character_context_at(*record, i);
-        return 0;
-    }
-    log_info("'%s' called on unknown unit", call.name);
-    return 0;
-}
 
 int character_set_source(ScriptCall& call)
 {

@@ -1,13 +1,10 @@
-// Script functions that declare and delete a unit's context and set what it does as a whole.
+// Script functions that set what a unit's context does as a whole.
 #pragma once
 
 struct ScriptCall;
 
 namespace script
 {
-
-int character_declare_context(ScriptCall& call);
-int character_delete_context(ScriptCall& call);
 
 int character_set_source(ScriptCall& call);
 int character_get_source(ScriptCall& call);

@@ -11,6 +11,7 @@
 #include "constraints/reach_constraints.h"
 #include "constraints/relative_pin_constraint.h"
 #include "constraints/weight_constraints.h"
+#include "contexts/context_declaration.h"
 #include "plugin/script_accessors.h"
 #include "plugin/script_inspection.h"
 #include "plugin/script_settings.h"
@@ -42,8 +43,8 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"enable_collisions_debug", enable_collisions_debug},
     {"reveal_all", reveal_all},
     // Contexts.
-    {"character_declare_context", character_declare_context},
-    {"character_delete_context", character_delete_context},
+    {"character_declare_context", declare_character_context},
+    {"character_delete_context", delete_character_context},
     // The stack.
     {"character_get_constraint_index_from_constraint_id", character_get_constraint_index_from_constraint_id},
     {"character_set_blend_alpha", character_set_blend_alpha},
@@ -99,6 +100,9 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_get_node_children_count", character_get_node_children_count},
     {"character_get_node_child_id", character_get_node_child_id},
     {"character_get_node_parent_id", character_get_node_parent_id},
+    // Creatures.
+    {"creature_declare_context", declare_creature_context},
+    {"creature_delete_context", delete_creature_context},
     // Names that scripts of creatures call and that have nothing to do.
     {"creature_dump", no_result},
     {"creature_push_chain_properties", no_result},

@@ -12,11 +12,19 @@ struct ContactKeys
     const char* type;
     const char *bottom, *back, *middle, *front, *in, *out;
 };
-constexpr ContactKeys kFootKeys = {"contact_foot_type",           "contact_foot_bottom_to_ankle", "contact_foot_back_to_ankle",
-                                   "contact_foot_middle_to_ankle", "contact_foot_front_to_middle", "contact_foot_in_to_ankle",
+constexpr ContactKeys kFootKeys = {"contact_foot_type",
+                                   "contact_foot_bottom_to_ankle",
+                                   "contact_foot_back_to_ankle",
+                                   "contact_foot_middle_to_ankle",
+                                   "contact_foot_front_to_middle",
+                                   "contact_foot_in_to_ankle",
                                    "contact_foot_out_to_ankle"};
-constexpr ContactKeys kHandKeys = {"contact_hand_type",           "contact_hand_bottom_to_wrist", "contact_hand_back_to_wrist",
-                                   "contact_hand_middle_to_wrist", "contact_hand_front_to_middle", "contact_hand_in_to_wrist",
+constexpr ContactKeys kHandKeys = {"contact_hand_type",
+                                   "contact_hand_bottom_to_wrist",
+                                   "contact_hand_back_to_wrist",
+                                   "contact_hand_middle_to_wrist",
+                                   "contact_hand_front_to_middle",
+                                   "contact_hand_in_to_wrist",
                                    "contact_hand_out_to_wrist"};
 
 ContactSizes read_contact(const SourceValue& root, const ContactKeys& keys)
@@ -77,5 +85,6 @@ void write_character(const SourceValue& root, OutputBuffer& buffer)
 
 CompileResult* compile_character(CompileResult* result, CompileJob* job)
 {
-    return compile_rig(result, job, {"Compiling a character", "A new character has been compiled"}, sizeof(CompiledCharacter), write_character);
+    return compile_rig(result, job, {"Compiling a character", "A new character has been compiled"}, sizeof(CompiledCharacter),
+                       write_character);
 }

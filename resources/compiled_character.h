@@ -43,7 +43,7 @@ struct StanceRecord
 {
     float translation[4];  // fourth 1.0
     float rotation[4];
-    float scale[4];        // fourth 1.0
+    float scale[4];  // fourth 1.0
 };
 
 struct ParentOffsetRecord

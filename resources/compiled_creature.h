@@ -61,3 +61,10 @@ struct NaturalPoseRecord
 static_assert(sizeof(CompiledCreature) == 92 && sizeof(CreatureSectionRecord) == 44 && sizeof(CreatureChainRecord) == 116 &&
                   sizeof(UnknownParentRecord) == 28 && sizeof(NaturalPoseRecord) == 52,
               "layout of a compiled creature");
+
+// Magic and version: enough to try it. Null is none.
+inline bool is_compiled_creature(const void* resource)
+{
+    const auto* header = static_cast<const CompiledCreature*>(resource);
+    return header && header->magic == kCompiledCreatureMagic && header->version == kCompiledCreatureVersion;
+}

@@ -12,8 +12,9 @@ namespace
 using namespace rig_source;
 
 // The place in the table is the number that the run time reads.
-constexpr const char* kSolvingTypes[] = {"LBXChainSolvingTypeOneBoneIK",      "LBXChainSolvingTypeTwoBonesIK",   "LBXChainSolvingTypeCoplanar",
-                                         "LBXChainSolvingTypeTentacleApprox", "LBXChainSolvingTypeTentacleCCD", "LBXChainSolvingTypeQuadrupedLeg"};
+constexpr const char* kSolvingTypes[] = {"LBXChainSolvingTypeOneBoneIK",   "LBXChainSolvingTypeTwoBonesIK",
+                                         "LBXChainSolvingTypeCoplanar",    "LBXChainSolvingTypeTentacleApprox",
+                                         "LBXChainSolvingTypeTentacleCCD", "LBXChainSolvingTypeQuadrupedLeg"};
 constexpr uint32_t kCoplanar = 2;
 
 uint32_t solving_type(const SourceValue& type, uint32_t chain)

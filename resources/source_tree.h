@@ -13,13 +13,12 @@ public:
 
     // First member of that name; none when this is no object.
     SourceValue member(const char* key) const;
-    // Elements of an array of the wanted element type; 0 for anything else.
-    uint32_t count() const;
+    uint32_t count() const;  // elements of an array, whatever their kind; 0 for anything else
     SourceValue element(uint32_t index) const;
 
     bool is_string() const;
-    const char* string() const;                    // "" when it is none
-    float number(float missing = 0.0f) const;      // a float as it is, an integer converted
+    const char* string() const;                        // "" when it is none
+    float number(float missing = 0.0f) const;          // a float as it is, an integer converted
     uint32_t raw_integer(uint32_t missing = 0) const;  // an integer's bits; a float rounded to nearest
     bool is_set() const { return number() != 0.0f; }
 
