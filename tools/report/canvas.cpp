@@ -6,6 +6,12 @@
 
 #include "tools/report/pending_file.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+// The font library keeps the patterns of fonts it has looked up until the process ends, in a form that leak checks cannot follow.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
+#endif
+
 namespace limbrex_tools
 {
 namespace
