@@ -44,7 +44,7 @@ void place_hips(const Solve& solve, Vec4 midpoint, Quat rotation)
     node.global.t = midpoint - rotate(rotation, to_midpoint);
     update_local(solve, hips);
     enforce_limit(solve, hips);
-    update_body(solve);
+    update_around_hips(solve);
 }
 
 bool place_hips_by_effector(const Solve& solve, const BodyEffector& effector)
@@ -63,30 +63,29 @@ bool place_hips_by_effector(const Solve& solve, const BodyEffector& effector)
 
 bool place_body(const Solve& solve, const BodyTriple& body, const SpineInputs& inputs)
 {
-    bool moved = place_hips_by_effector(solve, body.hips);
+    const bool hips_moved = place_hips_by_effector(solve, body.hips);
+    bool moved = hips_moved;
     const int spine = slot_of(solve, LBXNodeSpine);
-    if (!inputs.spine || spine < 0)
-        return moved;
-
-    const float origin_reach_r = lane<kReachR>(body.chestOrigin.weights);
-    const float resist = lane<kResist>(body.chestOrigin.weights);
-    if (origin_reach_r > 0.0f)
+    if (inputs.spine && spine >= 0)
     {
-        set_rotation(solve, spine, quat_blend(global_rotation(solve, spine), body.chestOrigin.q, origin_reach_r));
-        update_above_spine(solve);
-        moved = true;
+        const float origin_reach_r = lane<kReachR>(body.chestOrigin.weights);
+        const float end_reach_r = lane<kReachR>(body.chestEnd.weights);
+        const float end_reach_t = lane<kReachT>(body.chestEnd.weights);
+        const float resist = lane<kResist>(body.chestOrigin.weights);
+        moved = moved || origin_reach_r > 0.0f || end_reach_r > 0.0f || end_reach_t > 0.0f;
+        if (origin_reach_r > 0.0f)
+            set_rotation(solve, spine, quat_blend(global_rotation(solve, spine), body.chestOrigin.q, origin_reach_r));
+        if (hips_moved || origin_reach_r > 0.0f)
+            update_spine(solve);
+        if (end_reach_r > 0.0f)
+            turn_chest(solve, body.chestEnd.q, end_reach_r, resist);
+        if (end_reach_t > 0.0f)
+            reach_with_spine(solve, body.chestEnd, resist, inputs);
     }
-    const float end_reach_r = lane<kReachR>(body.chestEnd.weights);
-    if (end_reach_r > 0.0f)
-    {
-        turn_chest(solve, body.chestEnd.q, end_reach_r, resist);
-        moved = true;
-    }
-    if (lane<kReachT>(body.chestEnd.weights) > 0.0f)
-    {
-        reach_with_spine(solve, body.chestEnd, resist, inputs);
-        moved = true;
-    }
+    else if (hips_moved)
+        update_spine(solve);
+    if (moved)
+        update_shoulders(solve);
     return moved;
 }
 

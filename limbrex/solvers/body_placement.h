@@ -29,7 +29,7 @@ struct SpineInputs
 
 // Midpoint of the up legs' globals; of the one that the rig has; of the hips without any.
 Vec4 hip_joint_midpoint(const Solve& solve);
-// Puts the hip-joint midpoint on a point with the hips turned as given: global, local and limit of Hips, globals of what hangs on it.
+// Puts the hip-joint midpoint on a point with the hips turned as given: global, local and limit of Hips, globals of what hangs on it directly.
 void place_hips(const Solve& solve, Vec4 midpoint, Quat rotation);
 // Hips and spine by the triple's targets and weights. Globals are current down to up legs and arms afterwards; what hangs below those is the caller's
 // to update. False when no weight asked for anything and the pose was not touched.

@@ -66,7 +66,7 @@ BodyPlacements current_placements(const Pull& pull)
         return placed;
     }
     placed.chestOrigin = {position(solve, pull.spine), global_rotation(solve, pull.spine)};
-    placed.chestEnd = {chest_end_point(solve.character, solve.nodes, pull.chestOffset), global_rotation(solve, pull.chest)};
+    placed.chestEnd = {current_chest_end(solve, pull.chestOffset), global_rotation(solve, pull.chest)};
     return placed;
 }
 
@@ -156,6 +156,8 @@ void place_weighted(const Pull& pull, BodyPlacements body, const WeightedPlaceme
     if (w.hipsT > 0.0f || w.chestT > 0.0f)
         body.hips.t += (goals.hips.t - body.hips.t) * w.hipsT + (goals.chestEnd.t - body.chestEnd.t) * w.chestT;
     place_hips(pull.solve, body.hips.t - rotate(body.hips.q, pull.hipsOffset), body.hips.q);
+    update_spine(pull.solve);
+    update_shoulders(pull.solve);
 }
 
 // How eagerly each kind of pull acts at progress t, 0 to 1: all end at 1, the directest start highest.
@@ -290,7 +292,8 @@ void prepare(const Pull& pull, const BodyPlacements& start)
     if (pull.spine >= 0 && origin_reach_r > 0.0f)
     {
         set_rotation(solve, pull.spine, quat_blend(global_rotation(solve, pull.spine), pull.goals.chestOrigin.q, origin_reach_r));
-        update_above_spine(solve);
+        update_spine(solve);
+        update_shoulders(solve);
     }
     const BodyWeights& w = pull.weights;
     const float reach_hips_t = weight_of<kReachT>(solve.effectors, LBXEffectorHips);

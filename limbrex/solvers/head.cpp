@@ -11,6 +11,7 @@ namespace
 
 constexpr int kReachIterations = 20;
 constexpr float kNoTurn = 1e-6f;
+constexpr float kSettled = 1e-6f;  // of the distance to the target
 constexpr int kMaxPoints = 1 + kFurtherNeckCount + 1;  // Neck, the further neck nodes, Head
 
 // Positions of the neck chain from Neck to Head, worked on apart from the nodes.
@@ -61,7 +62,7 @@ void distribute_over_neck(const Solve& solve, const NeckPoints& points, Quat r)
         if (j > 0)
             node.global.t = position(solve, points.slots[j - 1]) + rotate(global_rotation(solve, points.slots[j - 1]), node.local.t);
         const Quat share = quat_from_axis_half_angle(axis, step * static_cast<float>(j + 1));
-        set_rotation(solve, points.slots[j], normalize_quat(quat_mul(share, node.global.q)));
+        set_rotation(solve, points.slots[j], renormalized(quat_mul(share, node.global.q)));
     }
     update_neck(solve, points, neck_count);
 }
@@ -114,7 +115,7 @@ void write_back(const Solve& solve, NeckPoints& points, bool lengths_change)
         const Quat arc = shortest_arc(child_before - before, points.p[j + 1] - points.p[j]);
         node.global.t = points.p[j];
         before = child_before;
-        set_rotation(solve, slot, normalize_quat(quat_mul(arc, node.global.q)));
+        set_rotation(solve, slot, renormalized(quat_mul(arc, node.global.q)));
         if (lengths_change)
         {
             const float was = length3(child.local.t);
@@ -144,6 +145,7 @@ void reach_with_neck(const Solve& solve, NeckPoints& points, Vec4 target)
         write_back(solve, points, true);
     }
     const bool smooth = value_of(properties, record::SnSSmoothReach) != 0.0f;
+    float last_miss = 3.40282347e38f;
     for (int i = 1; i <= kReachIterations; ++i)
     {
         read_positions(solve, points);
@@ -155,10 +157,12 @@ void reach_with_neck(const Solve& solve, NeckPoints& points, Vec4 target)
             const float eagerness = ratio < 1.0f ? 1.0f : 0.0025f * static_cast<float>(i * i);
             rebuild_from_bottom(solve, points, {(ratio - 1.0f) * eagerness + 1.0f, stretch, smooth});
         }
-        // Once the head stands on the target no further turn changes anything.
+        // Once the head stands on the target, or as near as the neck goes, no further turn changes anything that is seen.
         const float miss = distance3(target, points.p[head]);
-        if (stretch <= 0.0f && miss <= 1e-6f * max_of(wanted, 1e-6f))
+        const float gained = last_miss - miss;
+        if (stretch <= 0.0f && (miss <= kSettled * wanted || (gained >= 0.0f && gained <= kSettled * wanted)))
             break;
+        last_miss = miss;
         swing_toward(points, target);
         write_back(solve, points, stretch > 0.0f);
     }

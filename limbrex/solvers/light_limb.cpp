@@ -15,7 +15,7 @@ void aim(const Solve& solve, const LimbRecord& limb, Vec4 to_target)
     const int upper = limb.slots[kLimbUpper];
     const Vec4 to_end = position(solve, limb.slots[kLimbEnd]) - position(solve, upper);
     StateNode& node = solve.nodes[upper];
-    node.global.q = normalize_quat(quat_mul(shortest_arc_reaching(to_end, to_target), node.global.q));
+    node.global.q = renormalized(quat_mul(shortest_arc_reaching(to_end, to_target), node.global.q));
     update_local_rotation(solve, upper);
     update_limb(solve, limb);
 }
@@ -44,7 +44,7 @@ void bend(const Solve& solve, const LimbRecord& limb, float distance)
     const float chord = min_of(distance, a + b);
     const float wanted = acos_approx(clampf((a * a + b * b - chord * chord) / (2.0f * a * b), -1.0f, 1.0f));
     StateNode& node = solve.nodes[middle];
-    node.global.q = normalize_quat(quat_mul(quat_from_axis_angle(axis, current - wanted), node.global.q));
+    node.global.q = renormalized(quat_mul(quat_from_axis_angle(axis, current - wanted), node.global.q));
     update_local_rotation(solve, middle);
     update_path(solve, middle, limb.slots[kLimbEnd]);
 }

@@ -101,6 +101,7 @@ bool place_chest(const Solve& solve)
         turn_chest(solve, body.chestEnd.q, reach_r, resist);
     if (reach_t > 0.0f)
         reach_with_spine(solve, body.chestEnd, resist, {0.0f, 1.0f, true});
+    update_shoulders(solve);
     return reach_t > 0.0f || reach_r > 0.0f;
 }
 

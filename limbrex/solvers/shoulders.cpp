@@ -45,7 +45,7 @@ void turn_stiffly(const Solve& solve, int slot, Quat q, Vec4 kept)
     StateNode& node = solve.nodes[slot];
     const bool stiff = (mask_bits(equal4(kept, zero4())) & 7) != 7;
     const Vec4 before = stiff ? angles_from_rotation(frame, node.local.q) : zero4();
-    node.global.q = normalize_quat(quat_mul(q, node.global.q));
+    node.global.q = renormalized(quat_mul(q, node.global.q));
     update_local_rotation(solve, slot);
     if (stiff)
     {

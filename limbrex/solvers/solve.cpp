@@ -82,11 +82,15 @@ void update_path(const Solve& solve, int from, int to)
         update_global(solve, path[--count]);
 }
 
-void update_above_spine(const Solve& solve)
+void update_spine(const Solve& solve)
 {
     const ChainRecord& spine = solve.character.spine;
     for (int i = 1; i < spine.count; ++i)
         update_global(solve, spine.slots[i]);
+}
+
+void update_shoulders(const Solve& solve)
+{
     // Parents before children on each side.
     static constexpr int kShoulderNodes[] = {LBXNodeLeftShoulder,  LBXNodeLeftShoulderExtra,  LBXNodeLeftArm,
                                              LBXNodeRightShoulder, LBXNodeRightShoulderExtra, LBXNodeRightArm};
@@ -112,7 +116,27 @@ void update_around_hips(const Solve& solve)
 void update_body(const Solve& solve)
 {
     update_around_hips(solve);
-    update_above_spine(solve);
+    update_spine(solve);
+    update_shoulders(solve);
+}
+
+Vec4 current_chest_end(const Solve& solve, Vec4 offset)
+{
+    const int chest = chest_slot(solve.character);
+    int left = slot_of(solve, LBXNodeLeftShoulder);
+    int right = slot_of(solve, LBXNodeRightShoulder);
+    if (left < 0 || right < 0)
+    {
+        left = slot_of(solve, LBXNodeLeftArm);
+        right = slot_of(solve, LBXNodeRightArm);
+    }
+    if (left >= 0 && right >= 0 && solve.parents[left] == chest && solve.parents[right] == chest)
+    {
+        const Vec4 middle = (solve.nodes[left].local.t + solve.nodes[right].local.t) * 0.5f;
+        return position(solve, chest) + rotate(global_rotation(solve, chest), middle + offset);
+    }
+    update_shoulders(solve);
+    return chest_end_point(solve.character, solve.nodes, offset);
 }
 
 }  // namespace lbx

@@ -40,12 +40,18 @@ inline void update_local(const Solve& solve, int slot)
         node.local.q = node.global.q;
     }
 }
+// The product of two unit quaternions brought back to length 1: the Newton step of normalization from an estimate of 1. Nothing stays nothing.
+inline Quat renormalized(Quat q) { return q * (splat(1.5f) - splat(0.5f) * dot4(q, q)); }
 // A node without a parent keeps the global it has.
 inline void update_global(const Solve& solve, int slot)
 {
     const int parent = solve.parents[slot];
-    if (parent >= 0)
-        global_from_local(solve.nodes[slot].global, solve.nodes[slot].local, solve.nodes[parent].global);
+    if (parent < 0)
+        return;
+    StateNode& node = solve.nodes[slot];
+    const Tqs& above = solve.nodes[parent].global;
+    node.global.t = above.t + rotate(above.q, node.local.t);
+    node.global.q = renormalized(quat_mul(above.q, node.local.q));
 }
 inline Quat global_rotation(const Solve& solve, int slot) { return solve.nodes[slot].global.q; }
 inline Vec4 position(const Solve& solve, int slot) { return solve.nodes[slot].global.t; }
@@ -75,7 +81,7 @@ inline bool turn_node(const Solve& solve, int slot, Quat turn)
 {
     if (turns_nothing(turn))
         return false;
-    set_rotation(solve, slot, normalize_quat(quat_mul(turn, solve.nodes[slot].global.q)));
+    set_rotation(solve, slot, renormalized(quat_mul(turn, solve.nodes[slot].global.q)));
     return true;
 }
 
@@ -91,11 +97,15 @@ inline void update_descendants(const Solve& solve, int slot)
 }
 // Globals along the path from below `from` down to `to`, which must hang under it. Nothing happens for absent slots.
 void update_path(const Solve& solve, int from, int to);
-// Globals of the spine above its bottom node and of the shoulders down to the arms: all that the body steps read of the upper body.
-void update_above_spine(const Solve& solve);
-// Globals of both up legs and, with them, the bottom of the spine: what hangs on the hips.
+// Globals of the spine above its bottom node.
+void update_spine(const Solve& solve);
+// Globals of the shoulders down to the arms, which hang on the chest.
+void update_shoulders(const Solve& solve);
+// Globals of what hangs on the hips: both up legs and the bottom of the spine.
 void update_around_hips(const Solve& solve);
-// Both of the above.
+// All of the above: everything that the body steps read.
 void update_body(const Solve& solve);
+// Where the chest end effector stands, from the chest alone: shoulders that hang on it need not be current.
+Vec4 current_chest_end(const Solve& solve, Vec4 offset);
 
 }  // namespace lbx

@@ -9,8 +9,10 @@ constexpr float kNoTurn = 1e-6f;        // squared vector part below which a rot
 constexpr float kShortestRest = 0.01f;  // rest lengths up to this have no direction to stretch along
 constexpr float kNarrowRange = 1e-5f;   // stretch range below which the curve has no room to bend
 
-void reset_spine_lengths(const Solve& solve)
+// False when no segment has a length to be reset to.
+bool reset_spine_lengths(const Solve& solve)
 {
+    bool any = false;
     const StretchRequest rest = {1.0f, 0.0f, false};
     const ChainRecord& spine = solve.character.spine;
     for (int i = 0; i < spine.count; ++i)
@@ -21,7 +23,9 @@ void reset_spine_lengths(const Solve& solve)
             continue;
         const Vec4 parent_scale = solve.nodes[solve.parents[slot]].global.s;
         solve.nodes[slot].local.t = stretched_translation(*limit, parent_scale, solve.nodes[slot].local.t, rest);
+        any = true;
     }
+    return any;
 }
 
 // Stretches every segment by the factor and lets scales follow by scale_factor. A node's parent scale is the Hips' for Spine, the stretched Spine's for
@@ -64,9 +68,8 @@ void distribute_over_spine(const Solve& solve, Quat r, float resist)
         if (k > 0)
             node.global.t = position(solve, spine.slots[k - 1]) + rotate(global_rotation(solve, spine.slots[k - 1]), node.local.t);
         const Quat share = quat_from_axis_half_angle(axis, unit_share * (base + static_cast<float>(k)));
-        set_rotation(solve, slot, normalize_quat(quat_mul(share, node.global.q)));
+        set_rotation(solve, slot, renormalized(quat_mul(share, node.global.q)));
     }
-    update_above_spine(solve);
 }
 
 void turn_chest(const Solve& solve, Quat target, float weight, float resist)
@@ -82,7 +85,7 @@ void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float r
     const Vec4 offset = chest_offset(properties);
     const int spine = solve.character.spine.slots[0];
     const Vec4 hips = position(solve, slot_of(solve, LBXNodeHips));
-    const Vec4 end = chest_end_point(solve.character, solve.nodes, offset);
+    const Vec4 end = current_chest_end(solve, offset);
     const Vec4 target = lerp4(end, chest_end.t, lane<kReachT>(chest_end.weights));
 
     Quat turn = shortest_arc(end - hips, target - hips);
@@ -91,10 +94,11 @@ void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float r
     distribute_over_spine(solve, turn, resist);
 
     const float stretch = value_of(properties, record::SnSReachChestEnd);
+    bool lengths_changed = true;
     if (stretch > 0.0f)
     {
         const Vec4 bottom = position(solve, spine);
-        const float length = distance3(chest_end_point(solve.character, solve.nodes, offset), bottom);
+        const float length = distance3(current_chest_end(solve, offset), bottom);
         const float ratio = length > 0.0f ? distance3(target, bottom) / length : 1.0f;
         const float factor = (ratio - 1.0f) * stretch * inputs.progress + 1.0f;
         const StretchRequest request = {factor, stretch, value_of(properties, record::SnSSmoothReach) != 0.0f};
@@ -102,13 +106,16 @@ void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float r
                       value_of(properties, record::SnSScaleSpineChildren) * (factor - 1.0f) + 1.0f);
     }
     else
-        reset_spine_lengths(solve);
-    update_global(solve, spine);
-    update_above_spine(solve);
+        lengths_changed = reset_spine_lengths(solve);
+    if (lengths_changed)
+    {
+        update_global(solve, spine);
+        update_spine(solve);
+    }
 
-    const Vec4 reached = chest_end_point(solve.character, solve.nodes, offset);
+    const Vec4 reached = current_chest_end(solve, offset);
     if (turn_node(solve, spine, shortest_arc(reached - hips, target - hips)))
-        update_above_spine(solve);
+        update_spine(solve);
 }
 
 Vec4 stretched_translation(const LimitRecord& limit, Vec4 parent_scale, Vec4 translation, const StretchRequest& request)

@@ -6,8 +6,9 @@
 namespace lbx
 {
 
-// Turns the chest by r, shared over the chain so that each node above Spine adds the same angle. resist 0 to 1 moves the share down to Spine. The
-// globals of the chain and of the shoulders down to the arms are current afterwards.
+// Each of these leaves the globals of the chain current; what hangs on the chest is the caller's to update.
+
+// Turns the chest by r, shared over the chain so that each node above Spine adds the same angle. resist 0 to 1 moves the share down to Spine.
 void distribute_over_spine(const Solve& solve, Quat r, float resist);
 // Blends the chest's rotation toward a target, spread over the chain.
 void turn_chest(const Solve& solve, Quat target, float weight, float resist);
