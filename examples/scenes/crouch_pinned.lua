@@ -6,6 +6,8 @@
 local HIPS, LEFT_ANKLE, RIGHT_ANKLE = 0, 1, 2
 local HIPS_ID, LEFT_FOOT_ID, RIGHT_FOOT_ID = 1, 2, 3
 
+Limbrex.enable(true)
+
 local clip = scene.clip{file = "/usr/share/assimp/models/BVH/01_01.bvh", start = 7.3, stop = 8.8, speed = 0.4}
 local rig = scene.rig{file = "../rigs/hops.character"}
 local person = scene.unit{clip = clip, rig = rig, name = "person"}
@@ -13,11 +15,6 @@ local person = scene.unit{clip = clip, rig = rig, name = "person"}
 scene.ground(0)
 scene.pin{name = "left foot", unit = person, effector = LEFT_ANKLE, id = LEFT_FOOT_ID, from = 0.4}
 scene.pin{name = "right foot", unit = person, effector = RIGHT_ANKLE, id = RIGHT_FOOT_ID, from = 0.4}
-
-function start()
-    Limbrex.character_declare_context(person, rig)
-    Limbrex.enable(true)
-end
 
 local pinned, up_again = false, false
 

@@ -8,6 +8,8 @@ local HOLD_ID = 1
 local HOLD_FROM, HOLD_TO = 0.9, 1.9                       -- seconds of the scene
 local GRIP = {0.14, -0.36, 1.06}
 
+Limbrex.enable(true)
+
 local clip = scene.clip{file = "/usr/share/assimp/models/BVH/01_01.bvh", start = 2.6, stop = 5.6}
 local rig = scene.rig{file = "../rigs/hops.character"}
 local hopper = scene.unit{clip = clip, rig = rig, name = "hopper"}
@@ -16,11 +18,6 @@ scene.ground(0)
 scene.box{position = {0.10, -0.36, 0.5}, size = {0.05, 0.05, 1.0}}
 scene.marker{name = "grip", position = GRIP, color = "#e8b030", size = 0.05}
 scene.goal{name = "right hand", unit = hopper, effector = RIGHT_WRIST, id = HOLD_ID, target = GRIP, from = HOLD_FROM + 0.3, to = HOLD_TO}
-
-function start()
-    Limbrex.character_declare_context(hopper, rig)
-    Limbrex.enable(true)
-end
 
 local holding, released = false, false
 
