@@ -30,7 +30,6 @@ namespace limbrex_tools
 namespace
 {
 
-using limbrex_host::Quatd;
 using limbrex_host::Recording;
 using limbrex_host::RigidPose;
 using limbrex_host::Vec3d;

@@ -155,8 +155,10 @@ void draw_row(Canvas& canvas, const Sheet& sheet, const Row& row, double top)
     }
     for (size_t i = 0; i < sheet.frames.size(); ++i)
     {
-        const double x = kMargin + static_cast<double>(i % sheet.panelsPerLine) * (sheet.scale.width + kGap);
-        const double y = top + static_cast<double>(i / sheet.panelsPerLine) * (sheet.scale.height + kCaption);
+        const size_t column = i % sheet.panelsPerLine;
+        const size_t line = i / sheet.panelsPerLine;
+        const double x = kMargin + static_cast<double>(column) * (sheet.scale.width + kGap);
+        const double y = top + static_cast<double>(line) * (sheet.scale.height + kCaption);
         draw_panel(canvas, {x, y}, sheet.scale, sheet.camera, row.run, row.figure, sheet.frames[i]);
     }
 }
