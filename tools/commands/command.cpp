@@ -15,6 +15,7 @@ int run_command(int argc, const char* const* argv)
     add_run_command(app, exit_code);
     add_rig_commands(app, exit_code);
     add_inspect_command(app, exit_code);
+    add_measure_command(app, exit_code);
     try
     {
         app.parse(argc, argv);

@@ -13,6 +13,7 @@ constexpr int kExitUsage = 2;
 void add_run_command(CLI::App& app, int& exit_code);
 void add_rig_commands(CLI::App& app, int& exit_code);
 void add_inspect_command(CLI::App& app, int& exit_code);
+void add_measure_command(CLI::App& app, int& exit_code);
 
 // The whole command: parses, runs, answers the exit code. main() and the tests call it.
 int run_command(int argc, const char* const* argv);
