@@ -1,9 +1,11 @@
 #include "host/source_tree.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -35,6 +37,8 @@ class SourceBuilder : public nlohmann::json_sax<nlohmann::json>
 public:
     SourceValue root;
     std::string error;
+    bool misread = false;  // text that is no JSON, rather than JSON that a tree cannot hold
+    size_t faultAt = 0;    // first byte of what could not be read
 
     bool null() override { return add({}); }
     bool boolean(bool value) override { return add({kSourceBoolean, value ? 1.0 : 0.0, {}, {}, {}}); }
@@ -59,8 +63,10 @@ public:
         stack.back().keys.push_back(name);
         return true;
     }
-    bool parse_error(size_t /*position*/, const std::string& /*token*/, const nlohmann::detail::exception& fault) override
+    bool parse_error(size_t position, const std::string& token, const nlohmann::detail::exception& fault) override
     {
+        misread = true;
+        faultAt = position - std::min(position, token.size());
         error = fault.what();
         return false;
     }
@@ -99,18 +105,17 @@ private:
     std::vector<SourceValue> stack;
 };
 
-// "[json.exception...] parse error at line 3, column 7: syntax error ..." as "<origin>:3:7: syntax error ...".
-std::string place_of(const std::string& origin, const std::string& fault)
+// "[json.exception...] parse error at line 3, column 7: syntax error ..." as "<origin>:3:7: syntax error ...". The parser counts columns from
+// the end of what it read, so the place is counted anew.
+std::string place_of(const std::string& origin, const std::string& text, const SourceBuilder& builder)
 {
-    unsigned long line = 0;
-    unsigned long column = 0;
-    const size_t at = fault.find("at line ");
-    const size_t text = at == std::string::npos ? std::string::npos : fault.find(": ", at);
-    if (text == std::string::npos || std::sscanf(fault.c_str() + at, "at line %lu, column %lu", &line, &column) != 2)
-    {
-        return origin + ": " + fault;
-    }
-    return fmt::format("{}:{}:{}: {}", origin, line, column, fault.substr(text + 2));
+    if (!builder.misread) { return origin + ": " + builder.error; }
+    const auto fault = text.begin() + static_cast<ptrdiff_t>(std::min(builder.faultAt, text.size()));
+    const auto line = std::count(text.begin(), fault, '\n') + 1;
+    const auto line_begin = std::find(std::make_reverse_iterator(fault), text.rend(), '\n').base();
+    const size_t head = builder.error.find(": ");
+    const std::string what = head == std::string::npos ? builder.error : builder.error.substr(head + 2);
+    return fmt::format("{}:{}:{}: {}", origin, line, fault - line_begin + 1, what);
 }
 
 // Lays values out in words. Records come after the words that point to them.
@@ -216,7 +221,7 @@ bool parse_source(const std::string& text, const std::string& origin, std::vecto
     SourceBuilder builder;
     if (!nlohmann::json::sax_parse(text.begin(), text.end(), &builder, nlohmann::json::input_format_t::json, true, true))
     {
-        error = place_of(origin, builder.error);
+        error = place_of(origin, text, builder);
         return false;
     }
     std::string failure;
