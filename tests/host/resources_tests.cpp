@@ -116,7 +116,7 @@ TEST(SourceTree, BrokenTextIsRefusedWithItsPlace)
         EXPECT_TRUE(tree.empty());
         return error;
     };
-    EXPECT_THAT(fault("{\n  \"a\": 1,\n  \"b\" 2\n}"), StartsWith("rig.character:3:8: "));
+    EXPECT_THAT(fault("{\n  \"a\": 1,\n  \"b\" 2\n}"), StartsWith("rig.character:3:7: "));
     EXPECT_THAT(fault(""), StartsWith("rig.character:1:"));
     EXPECT_THAT(fault("{\"a\": NaN}"), StartsWith("rig.character:1:"));
     EXPECT_THAT(fault("{\"a\": 1e300}"), HasSubstr("too large"));
