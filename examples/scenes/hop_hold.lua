@@ -1,5 +1,5 @@
--- A captured hop past a post. The right hand takes hold of the post's top on the way, keeps it while the body flies by, and lets go: the arm
--- stretches and the trunk leans toward the post, feet and the other arm hop on as captured.
+-- A captured hop past a post. The right hand takes hold of the post's top on the way, keeps it while the body flies by, and lets go: shoulder,
+-- elbow and wrist give way so that the hand stays on the post; everything else hops on as captured.
 --
 -- World frame: z up, metres. The hops go along -y.
 

@@ -96,6 +96,11 @@ TEST_F(Command, FilesThatAreNotThereAreOneAndNamed)
         EXPECT_EQ(outcome.exitCode, 1) << line;
         EXPECT_NE(outcome.text.find(missing), std::string::npos) << line << " said " << outcome.text;
     }
+    for (const std::string& line : {std::string("run "), "rig init -o " + path("out") + " ", std::string("rig check "),
+                                    "rig compile -o " + path("out") + " ", std::string("inspect ")})
+    {
+        EXPECT_EQ(limbrex(line + folder.string()).exitCode, 1) << line << "a folder";
+    }
     EXPECT_EQ(files(), 0u) << "a failed command left something behind";
 }
 

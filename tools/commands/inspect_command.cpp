@@ -1,11 +1,10 @@
 #include <fmt/format.h>
 
-#include <fstream>
-#include <iterator>
 #include <map>
 
 #include "host/animation/import.h"
 #include "host/murmur.h"
+#include "host/source_tree.h"
 #include "limbrex/limbrex.h"
 #include "tools/commands/commands.h"
 #include "tools/rig/compiled_rig.h"
@@ -107,11 +106,10 @@ int inspect(const std::string& path, const std::string& skeleton_path)
         fmt::print(stderr, "limbrex: {}\n", error);
         return kExitFailure;
     }
-    std::ifstream file(path, std::ios::binary);
-    const std::string block{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file)
+    std::string block;
+    if (!limbrex_host::read_file(path, block, error))
     {
-        fmt::print(stderr, "limbrex: {}: cannot read the file; is the path right?\n", path);
+        fmt::print(stderr, "limbrex: {}\n", error);
         return kExitFailure;
     }
     std::vector<std::string> faults;

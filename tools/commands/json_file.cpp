@@ -3,11 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <vector>
+
+#include "host/source_tree.h"
 
 namespace limbrex_tools
 {
@@ -77,13 +76,8 @@ struct RepeatWatch
 
 bool read_json_file(const std::string& path, nlohmann::json& out, std::string& error)
 {
-    std::error_code unused;
-    std::ifstream file(path, std::ios::binary);
-    if (!file || std::filesystem::is_directory(path, unused))
-    {
-        return error = fmt::format("{}: cannot read the file; is the path right?", path), false;
-    }
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::string text;
+    if (!limbrex_host::read_file(path, text, error)) { return false; }
     if (nests_too_deep(text)) { return error = fmt::format("{}: nests deeper than {} levels", path, kDeepest), false; }
     try
     {
