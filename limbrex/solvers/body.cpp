@@ -9,8 +9,7 @@ namespace lbx
 void body_stage(const Solve& solve)
 {
     const int hips = slot_of(solve, LBXNodeHips);
-    if (hips < 0)
-        return;
+    if (hips < 0) return;
     const bool spine = (solve.mask & LBXSolvingStepSpine) != 0;
     if (solve.mask & LBXSolvingStepBodyPull)
         pull_body(solve, spine);

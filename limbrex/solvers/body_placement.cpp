@@ -18,8 +18,7 @@ Vec4 mean_of_up_legs(const Solve& solve, Value value, Vec4 fallback)
 {
     const int left = slot_of(solve, LBXNodeLeftUpLeg);
     const int right = slot_of(solve, LBXNodeRightUpLeg);
-    if (left >= 0 && right >= 0)
-        return (value(left) + value(right)) * 0.5f;
+    if (left >= 0 && right >= 0) return (value(left) + value(right)) * 0.5f;
     return left >= 0 ? value(left) : (right >= 0 ? value(right) : fallback);
 }
 
@@ -32,13 +31,15 @@ BodyTriple load_body_effectors(const LBXEffectorSet& effectors)
 
 Vec4 hip_joint_midpoint(const Solve& solve)
 {
-    return mean_of_up_legs(solve, [&](int slot) { return position(solve, slot); }, position(solve, slot_of(solve, LBXNodeHips)));
+    return mean_of_up_legs(
+        solve, [&](int slot) { return position(solve, slot); }, position(solve, slot_of(solve, LBXNodeHips)));
 }
 
 void place_hips(const Solve& solve, Vec4 midpoint, Quat rotation)
 {
     const int hips = slot_of(solve, LBXNodeHips);
-    const Vec4 to_midpoint = mean_of_up_legs(solve, [&](int slot) { return solve.nodes[slot].local.t; }, zero4());
+    const Vec4 to_midpoint = mean_of_up_legs(
+        solve, [&](int slot) { return solve.nodes[slot].local.t; }, zero4());
     StateNode& node = solve.nodes[hips];
     node.global.q = rotation;
     node.global.t = midpoint - rotate(rotation, to_midpoint);
@@ -52,8 +53,7 @@ bool place_hips_by_effector(const Solve& solve, const BodyEffector& effector)
     const float reach_t = lane<kReachT>(effector.weights);
     const float reach_r = lane<kReachR>(effector.weights);
     const int hips = slot_of(solve, LBXNodeHips);
-    if (hips < 0 || (reach_t == 0.0f && reach_r == 0.0f))
-        return false;
+    if (hips < 0 || (reach_t == 0.0f && reach_r == 0.0f)) return false;
     const Quat rotation = quat_blend(global_rotation(solve, hips), effector.q, reach_r);
     const Vec4 current = hip_joint_midpoint(solve);
     const Vec4 wanted = effector.t - rotate(rotation, hips_offset(solve.properties));
@@ -75,17 +75,13 @@ bool place_body(const Solve& solve, const BodyTriple& body, const SpineInputs& i
         moved = moved || origin_reach_r > 0.0f || end_reach_r > 0.0f || end_reach_t > 0.0f;
         if (origin_reach_r > 0.0f)
             set_rotation(solve, spine, quat_blend(global_rotation(solve, spine), body.chestOrigin.q, origin_reach_r));
-        if (hips_moved || origin_reach_r > 0.0f)
-            update_spine(solve);
-        if (end_reach_r > 0.0f)
-            turn_chest(solve, body.chestEnd.q, end_reach_r, resist);
-        if (end_reach_t > 0.0f)
-            reach_with_spine(solve, body.chestEnd, resist, inputs);
+        if (hips_moved || origin_reach_r > 0.0f) update_spine(solve);
+        if (end_reach_r > 0.0f) turn_chest(solve, body.chestEnd.q, end_reach_r, resist);
+        if (end_reach_t > 0.0f) reach_with_spine(solve, body.chestEnd, resist, inputs);
     }
     else if (hips_moved)
         update_spine(solve);
-    if (moved)
-        update_shoulders(solve);
+    if (moved) update_shoulders(solve);
     return moved;
 }
 

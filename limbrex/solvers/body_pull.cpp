@@ -50,7 +50,7 @@ struct Pull
     Vec4 limbStiffness;  // powered
     float headStiffness;
     Gravity gravity;
-    Quat spineStart;     // local rotation of Spine
+    Quat spineStart;  // local rotation of Spine
     Vec4 hipsOffset, chestOffset;
 };
 
@@ -81,14 +81,12 @@ HeadReach head_reach(const Solve& solve)
 {
     const ChainRecord& neck = solve.character.neck;
     const int head = slot_of(solve, LBXNodeHead);
-    if (neck.count == 0 || head < 0)
-        return {head, 0.0f, 0.0f};
+    if (neck.count == 0 || head < 0) return {head, 0.0f, 0.0f};
     HeadReach reach = {neck.slots[0], distance3(position(solve, head), position(solve, neck.slots[0])), 0.0f};
     for (int i = 0; i < neck.count; ++i)
     {
         const int parent = solve.parents[neck.slots[i]];
-        if (parent >= 0)
-            reach.maximumLength += distance3(position(solve, neck.slots[i]), position(solve, parent));
+        if (parent >= 0) reach.maximumLength += distance3(position(solve, neck.slots[i]), position(solve, parent));
     }
     return reach;
 }
@@ -101,7 +99,8 @@ Gravity gravity(const Solve& solve, int hips)
     const int right = slot_of(solve, LBXNodeRightFoot);
     if (!(strength > 0.0f) || rounded_value_of(solve.properties, record::Posture) != kBiped || (left < 0 && right < 0))
         return {zero4(), 0.0f};
-    const Vec4 feet = left >= 0 && right >= 0 ? (position(solve, left) + position(solve, right)) * 0.5f : position(solve, left >= 0 ? left : right);
+    const Vec4 feet =
+        left >= 0 && right >= 0 ? (position(solve, left) + position(solve, right)) * 0.5f : position(solve, left >= 0 ? left : right);
     return {normalize3(position(solve, hips) - feet), strength};
 }
 
@@ -139,8 +138,7 @@ struct WeightedPlacement
 // Moves hips, and with them the chest, by weighted differences to the goals.
 void place_weighted(const Pull& pull, BodyPlacements body, const WeightedPlacement& w)
 {
-    if (!(w.hipsT > 0.0f || w.chestT > 0.0f || w.hipsR > 0.0f || w.chestR > 0.0f))
-        return;
+    if (!(w.hipsT > 0.0f || w.chestT > 0.0f || w.hipsR > 0.0f || w.chestR > 0.0f)) return;
     const BodyPlacements& goals = pull.goals;
     if (w.hipsR > 0.0f || w.chestR > 0.0f)
     {
@@ -165,11 +163,11 @@ float eased(float t, float rise) { return rise * t + (1.0f - rise); }
 
 Vec4 head_pull(const Pull& pull)
 {
-    if (pull.head.base < 0 || pull.weights.pullHead == 0.0f)
-        return zero4();
+    if (pull.head.base < 0 || pull.weights.pullHead == 0.0f) return zero4();
     const Vec4 to_goal = pull.solve.effectors.targets[LBXEffectorHead].t - position(pull.solve, pull.head.base);
     const float distance = length3(to_goal);
-    const ExcessCurve curve = {splat(pull.head.currentLength), splat(pull.head.maximumLength), splat(pull.headStiffness), splat(pull.weights.pullHead)};
+    const ExcessCurve curve = {splat(pull.head.currentLength), splat(pull.head.maximumLength), splat(pull.headStiffness),
+                               splat(pull.weights.pullHead)};
     return normalize3(to_goal) * smooth_excess(curve, splat(distance));
 }
 
@@ -177,8 +175,7 @@ Vec4 head_pull(const Pull& pull)
 Quat swing(const Solve& solve, int node, Vec4 centre, Vec4 pull)
 {
     const int slot = slot_of(solve, node);
-    if (slot < 0)
-        return quat_identity();
+    if (slot < 0) return quat_identity();
     const Vec4 arm = position(solve, slot) - centre;
     return shortest_arc(arm, arm + pull);
 }
@@ -202,8 +199,10 @@ Quat hips_turn(const Pull& pull, const PullVectors& p, Vec4 hips_point, Quat che
     Quat sum = quat_identity();
     accumulate(sum, partial_quat(to_goal, eased(t, 0.5f)), w.hipsR);
     accumulate(sum, partial_quat(chest_deviation, eased(t, 0.3f)), w.chestTurnsHips);
-    accumulate(sum, partial_quat(swing(pull.solve, LBXNodeLeftUpLeg, hips_point, p.limb[LBXLimbLeftLeg]), eased(t, 0.4f)), w.legTurnsHips[0]);
-    accumulate(sum, partial_quat(swing(pull.solve, LBXNodeRightUpLeg, hips_point, p.limb[LBXLimbRightLeg]), eased(t, 0.4f)), w.legTurnsHips[1]);
+    accumulate(sum, partial_quat(swing(pull.solve, LBXNodeLeftUpLeg, hips_point, p.limb[LBXLimbLeftLeg]), eased(t, 0.4f)),
+               w.legTurnsHips[0]);
+    accumulate(sum, partial_quat(swing(pull.solve, LBXNodeRightUpLeg, hips_point, p.limb[LBXLimbRightLeg]), eased(t, 0.4f)),
+               w.legTurnsHips[1]);
     return turn_from_sum(sum, w.sumHipsR);
 }
 
@@ -213,15 +212,16 @@ Vec4 common_displacement(const Pull& pull, const PullVectors& p, Vec4 head, Vec4
     const BodyWeights& w = pull.weights;
     Vec4 arms = (p.limb[LBXLimbLeftArm] * w.armOnHips[0] + p.limb[LBXLimbRightArm] * w.armOnHips[1]) * eased(t, 0.4f);
     if (pull.gravity.strength > 0.0f)
-        arms += (pull.gravity.up * dot3(arms, pull.gravity.up) - arms) * pull.gravity.strength;  // arms lift and lower, they do not tip over
-    const Vec4 body = to_chest * w.chestOnHips + p.limb[LBXLimbLeftLeg] * w.legOnHips[0] + p.limb[LBXLimbRightLeg] * w.legOnHips[1] + to_hips * w.hipsT;
+        arms +=
+            (pull.gravity.up * dot3(arms, pull.gravity.up) - arms) * pull.gravity.strength;  // arms lift and lower, they do not tip over
+    const Vec4 body =
+        to_chest * w.chestOnHips + p.limb[LBXLimbLeftLeg] * w.legOnHips[0] + p.limb[LBXLimbRightLeg] * w.legOnHips[1] + to_hips * w.hipsT;
     return (arms + head * (eased(t, 0.7f) * w.headOnHips) + body * eased(t, 0.5f)) * (1.0f / max_of(1.0f, w.sumHipsT));
 }
 
 void update_what_pulls(const Pull& pull)
 {
-    if (pull.head.base >= 0)
-        update_global(pull.solve, pull.head.base);
+    if (pull.head.base >= 0) update_global(pull.solve, pull.head.base);
 }
 
 void iterate(const Pull& pull, int i)
@@ -310,8 +310,7 @@ void pull_body(const Solve& solve, bool spine)
 {
     const int hips = slot_of(solve, LBXNodeHips);
     const LimbReach limbs = limb_reach(solve);
-    if (hips < 0 || nothing_pulls(solve.effectors, limbs))
-        return;
+    if (hips < 0 || nothing_pulls(solve.effectors, limbs)) return;
 
     const int spine_slot = slot_of(solve, LBXNodeSpine);
     const int iterations = iteration_count(solve.properties);
@@ -339,8 +338,7 @@ void pull_body(const Solve& solve, bool spine)
                   spine_slot >= 0 ? toward_target(start.chestEnd, solve.effectors, LBXEffectorChestEnd) : start.chestEnd};
 
     prepare(pull, start);
-    for (int i = 1; i <= pull.iterations; ++i)
-        iterate(pull, i);
+    for (int i = 1; i <= pull.iterations; ++i) iterate(pull, i);
     const BodyWeights& w = pull.weights;
     place_weighted(pull, current_placements(pull), {w.pullHips, w.chestOnHips, w.heldHipsR, (1.0f - w.heldHipsR) * w.heldChestR});
     update_descendants(solve, hips);

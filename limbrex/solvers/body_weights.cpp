@@ -58,7 +58,8 @@ BodyWeights body_weights(const LBXEffectorSet& effectors, Vec4 limb_pull, bool h
     const float x = w.chestT * w.pullChest;
     const float hips_free = 1.0f - reach_hips_r;
     w.chestTurnsHips = above * 0.5f * (1.0f - w.heldHipsR) * ((x - hips_free) * x + hips_free);
-    w.hipsR = effective_reach(w.heldHipsR, reach_hips_r, (1.0f - w.legTurnsHips[1]) * (1.0f - w.legTurnsHips[0]) * (1.0f - w.chestTurnsHips));
+    w.hipsR =
+        effective_reach(w.heldHipsR, reach_hips_r, (1.0f - w.legTurnsHips[1]) * (1.0f - w.legTurnsHips[0]) * (1.0f - w.chestTurnsHips));
 
     w.sumHipsT = w.hipsT + w.chestOnHips + w.legOnHips[0] + w.legOnHips[1] + w.headOnHips + w.armOnHips[0] + w.armOnHips[1];
     w.sumChestT = w.chestT + w.headOnChest + w.armOnChest[0] + w.armOnChest[1];

@@ -9,13 +9,13 @@ namespace lbx
 
 struct BodyWeights
 {
-    float pullHips, pullChest, pullHead;                       // pull times reach T
-    float legOnHips[2], armOnHips[2], headOnHips, chestOnHips; // shares of the hips' translation; left, right
-    float armOnChest[2], headOnChest;                          // of the chest's translation
-    float armTurnsChest[2];                                    // of the chest's rotation
-    float legTurnsHips[2], chestTurnsHips;                     // of the hips' rotation
-    float chestT, hipsT, chestR, hipsR;                        // effective reach of the two body effectors
-    float heldHipsR, heldChestR;                               // rotation reach that resists
+    float pullHips, pullChest, pullHead;                        // pull times reach T
+    float legOnHips[2], armOnHips[2], headOnHips, chestOnHips;  // shares of the hips' translation; left, right
+    float armOnChest[2], headOnChest;                           // of the chest's translation
+    float armTurnsChest[2];                                     // of the chest's rotation
+    float legTurnsHips[2], chestTurnsHips;                      // of the hips' rotation
+    float chestT, hipsT, chestR, hipsR;                         // effective reach of the two body effectors
+    float heldHipsR, heldChestR;                                // rotation reach that resists
     float sumHipsT, sumChestT, sumHipsR, sumChestR;
 };
 

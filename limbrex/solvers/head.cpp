@@ -11,13 +11,13 @@ namespace
 
 constexpr int kReachIterations = 20;
 constexpr float kNoTurn = 1e-6f;
-constexpr float kSettled = 1e-6f;  // of the distance to the target
+constexpr float kSettled = 1e-6f;                      // of the distance to the target
 constexpr int kMaxPoints = 1 + kFurtherNeckCount + 1;  // Neck, the further neck nodes, Head
 
 // Positions of the neck chain from Neck to Head, worked on apart from the nodes.
 struct NeckPoints
 {
-    int count;               // points; the last one is the head
+    int count;  // points; the last one is the head
     int slots[kMaxPoints];
     Vec4 p[kMaxPoints];
 };
@@ -27,29 +27,25 @@ NeckPoints neck_points(const Solve& solve, int head)
     const ChainRecord& neck = solve.character.neck;
     NeckPoints points;
     points.count = neck.count + 1;
-    for (int i = 0; i < neck.count; ++i)
-        points.slots[i] = neck.slots[i];
+    for (int i = 0; i < neck.count; ++i) points.slots[i] = neck.slots[i];
     points.slots[neck.count] = head;
     return points;
 }
 
 void read_positions(const Solve& solve, NeckPoints& points)
 {
-    for (int i = 0; i < points.count; ++i)
-        points.p[i] = position(solve, points.slots[i]);
+    for (int i = 0; i < points.count; ++i) points.p[i] = position(solve, points.slots[i]);
 }
 
 void update_neck(const Solve& solve, const NeckPoints& points, int first)
 {
-    for (int i = first; i < points.count; ++i)
-        update_global(solve, points.slots[i]);
+    for (int i = first; i < points.count; ++i) update_global(solve, points.slots[i]);
 }
 
 // Spreads a turn of the head over the neck. Stiffness enters to the fourth power, so that a stiff neck lets the head do nearly all of it.
 void distribute_over_neck(const Solve& solve, const NeckPoints& points, Quat r)
 {
-    if (x_of(dot3(r, r)) <= kNoTurn)
-        return;
+    if (x_of(dot3(r, r)) <= kNoTurn) return;
     const int neck_count = points.count - 1;
     const float looseness = 1.0f - value_of(solve.properties, record::ParamCtrlNeckStiffness);
     const float half_angle = acos_approx(clamp01(x_of(abs4(lanes<3, 3, 3, 3>(r)))));
@@ -59,8 +55,7 @@ void distribute_over_neck(const Solve& solve, const NeckPoints& points, Quat r)
     for (int j = 0; j < neck_count; ++j)
     {
         StateNode& node = solve.nodes[points.slots[j]];
-        if (j > 0)
-            node.global.t = position(solve, points.slots[j - 1]) + rotate(global_rotation(solve, points.slots[j - 1]), node.local.t);
+        if (j > 0) node.global.t = position(solve, points.slots[j - 1]) + rotate(global_rotation(solve, points.slots[j - 1]), node.local.t);
         const Quat share = quat_from_axis_half_angle(axis, step * static_cast<float>(j + 1));
         set_rotation(solve, points.slots[j], renormalized(quat_mul(share, node.global.q)));
     }
@@ -71,8 +66,7 @@ void distribute_over_neck(const Solve& solve, const NeckPoints& points, Quat r)
 Vec4 segment(const Solve& solve, int slot, Vec4 vector, const StretchRequest& request)
 {
     const LimitRecord* limit = limit_of_slot(solve.character, slot);
-    if (limit == nullptr)
-        return vector * request.factor;
+    if (limit == nullptr) return vector * request.factor;
     return stretched_translation(*limit, solve.nodes[solve.parents[slot]].global.s, vector, request);
 }
 
@@ -95,8 +89,7 @@ void swing_toward(NeckPoints& points, Vec4 target)
     {
         const Vec4 pivot = points.p[j];
         const Quat arc = shortest_arc(points.p[head] - pivot, target - pivot);
-        for (int i = j + 1; i <= head; ++i)
-            points.p[i] = pivot + rotate(arc, points.p[i] - pivot);
+        for (int i = j + 1; i <= head; ++i) points.p[i] = pivot + rotate(arc, points.p[i] - pivot);
     }
 }
 
@@ -123,8 +116,7 @@ void write_back(const Solve& solve, NeckPoints& points, bool lengths_change)
             child.local.t *= was > 0.0f ? now / was : 1.0f;
         }
         const Vec4 follows = node.global.t + rotate(node.global.q, child.local.t) - points.p[j + 1];
-        for (int i = j + 1; i <= head; ++i)
-            points.p[i] += follows;
+        for (int i = j + 1; i <= head; ++i) points.p[i] += follows;
     }
     StateNode& top = solve.nodes[points.slots[head]];
     top.global.t = points.p[head];
@@ -160,8 +152,7 @@ void reach_with_neck(const Solve& solve, NeckPoints& points, Vec4 target)
         // Once the head stands on the target, or as near as the neck goes, no further turn changes anything that is seen.
         const float miss = distance3(target, points.p[head]);
         const float gained = last_miss - miss;
-        if (stretch <= 0.0f && (miss <= kSettled * wanted || (gained >= 0.0f && gained <= kSettled * wanted)))
-            break;
+        if (stretch <= 0.0f && (miss <= kSettled * wanted || (gained >= 0.0f && gained <= kSettled * wanted))) break;
         last_miss = miss;
         swing_toward(points, target);
         write_back(solve, points, stretch > 0.0f);
@@ -174,8 +165,7 @@ bool orient_head(const Solve& solve)
 {
     const int head = slot_of(solve, LBXNodeHead);
     const float reach_r = weight_of<kReachR>(solve.effectors, LBXEffectorHead);
-    if (head < 0 || reach_r <= 0.0f)
-        return false;
+    if (head < 0 || reach_r <= 0.0f) return false;
     solve.nodes[head].global.q = quat_blend(global_rotation(solve, head), solve.effectors.targets[LBXEffectorHead].q, reach_r);
     update_local_rotation(solve, head);
     return true;
@@ -186,8 +176,7 @@ void head_stage(const Solve& solve)
     const int head = slot_of(solve, LBXNodeHead);
     const float reach_t = weight_of<kReachT>(solve.effectors, LBXEffectorHead);
     const float reach_r = weight_of<kReachR>(solve.effectors, LBXEffectorHead);
-    if (!(solve.mask & LBXSolvingStepHead) || head < 0 || (reach_t <= 0.0f && reach_r <= 0.0f))
-        return;
+    if (!(solve.mask & LBXSolvingStepHead) || head < 0 || (reach_t <= 0.0f && reach_r <= 0.0f)) return;
 
     update_local(solve, head);
     const Quat saved_rotation = solve.nodes[head].local.q;
@@ -198,8 +187,7 @@ void head_stage(const Solve& solve)
         NeckPoints points = neck_points(solve, head);
         const Quat current = global_rotation(solve, head);
         distribute_over_neck(solve, points, quat_mul(quat_blend(current, goal.q, reach_r), conjugate(current)));
-        if (reach_t > 0.0f)
-            reach_with_neck(solve, points, lerp4(position(solve, head), goal.t, reach_t));
+        if (reach_t > 0.0f) reach_with_neck(solve, points, lerp4(position(solve, head), goal.t, reach_t));
         update_local(solve, head);
         solve.nodes[head].local.q = saved_rotation;
         update_global(solve, head);

@@ -20,8 +20,7 @@ void hips_translation_stage(const Solve& solve)
     const int slot = slot_of(solve, LBXNodeHipsTranslation);
     const int hips = slot_of(solve, LBXNodeHips);
     const int mode = rounded_value_of(solve.properties, record::HipsTranslationMode);
-    if (!(solve.mask & LBXSolvingStepHipsTranslation) || slot < 0 || hips < 0 || mode == kTrajectory)
-        return;
+    if (!(solve.mask & LBXSolvingStepHipsTranslation) || slot < 0 || hips < 0 || mode == kTrajectory) return;
 
     // Stored rotations are relative to the stance, so the offset between two stances needs no turning.
     const CharacterizationEntry* stance = stances(solve.character);

@@ -29,8 +29,7 @@ void bend(const Solve& solve, const LimbRecord& limb, float distance)
     const Vec4 lower = position(solve, limb.slots[kLimbEnd]) - m;
     const float a = length3(upper);
     const float b = length3(lower);
-    if (a == 0.0f || b == 0.0f)
-        return;
+    if (a == 0.0f || b == 0.0f) return;
 
     const Vec4 normal = cross3(upper, lower);
     const float theta = asin_approx(clamp01(length3(normal) / a / b));
@@ -57,8 +56,7 @@ bool solve_light_limb(const Solve& solve, int limb_index)
     const int effector = kLimbs[static_cast<size_t>(limb_index)].endEffector;
     const float reach_t = weight_of<kReachT>(solve.effectors, effector);
     const float reach_r = weight_of<kReachR>(solve.effectors, effector);
-    if (!limb.complete() || (reach_t <= 0.0f && reach_r <= 0.0f))
-        return false;
+    if (!limb.complete() || (reach_t <= 0.0f && reach_r <= 0.0f)) return false;
 
     const int end = limb.slots[kLimbEnd];
     const Tqs& goal = solve.effectors.targets[effector];

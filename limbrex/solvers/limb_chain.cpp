@@ -8,7 +8,8 @@ namespace
 LimbGoal load_goal(const LBXEffectorSet& effectors, int effector)
 {
     const Vec4 weights = effectors.weights[effector];
-    return {effectors.targets[effector].t, effectors.targets[effector].q, lane<kReachT>(weights), lane<kReachR>(weights), lane<kResist>(weights)};
+    return {effectors.targets[effector].t, effectors.targets[effector].q, lane<kReachT>(weights), lane<kReachR>(weights),
+            lane<kResist>(weights)};
 }
 
 }  // namespace
@@ -42,11 +43,9 @@ LimbChain make_limb_chain(const Solve& solve, int limb, bool arm)
     for (int slot = last; slot >= 0 && count < kMaxPath; slot = solve.parents[slot])
     {
         reversed[count++] = slot;
-        if (slot == chain.upper)
-            break;
+        if (slot == chain.upper) break;
     }
-    while (count > 0)
-        chain.path[chain.pathCount++] = reversed[--count];
+    while (count > 0) chain.path[chain.pathCount++] = reversed[--count];
     return chain;
 }
 
@@ -55,16 +54,14 @@ void follow(const LimbChain& chain, int slot)
     bool below = false;
     for (int i = 0; i < chain.pathCount; ++i)
     {
-        if (below)
-            update_global(chain.solve, chain.path[i]);
+        if (below) update_global(chain.solve, chain.path[i]);
         below = below || chain.path[i] == slot;
     }
 }
 
 void turn_joint(const LimbChain& chain, int slot, Quat turn)
 {
-    if (turn_node(chain.solve, slot, turn))
-        follow(chain, slot);
+    if (turn_node(chain.solve, slot, turn)) follow(chain, slot);
 }
 
 void aim_joint(const LimbChain& chain, int slot, Vec4 tip, Vec4 target)
@@ -75,13 +72,11 @@ void aim_joint(const LimbChain& chain, int slot, Vec4 tip, Vec4 target)
 
 void orient_joint(const LimbChain& chain, int slot, const LimbGoal& goal, bool hold_limit)
 {
-    if (goal.reachR <= 0.0f)
-        return;
+    if (goal.reachR <= 0.0f) return;
     StateNode& node = chain.solve.nodes[slot];
     node.global.q = quat_blend(node.global.q, goal.q, goal.reachR);
     update_local_rotation(chain.solve, slot);
-    if (hold_limit)
-        enforce_limit(chain.solve, slot);
+    if (hold_limit) enforce_limit(chain.solve, slot);
     follow(chain, slot);
 }
 

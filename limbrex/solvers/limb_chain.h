@@ -22,16 +22,16 @@ struct LimbChain
     const Solve& solve;
     const LimbRecord& record;
     const LimbRow& row;
-    int path[kMaxPath];              // slots from the upper joint to the extremity (to the end without one)
+    int path[kMaxPath];  // slots from the upper joint to the extremity (to the end without one)
     int pathCount;
-    int upper, middle, end;          // slots
-    int extremity;                   // slot or -1
+    int upper, middle, end;  // slots
+    int extremity;           // slot or -1
     LimbGoal rootGoal, middleGoal, endGoal, extremityGoal;
     bool killPitch;
     bool realisticArm;
-    float maximumExtension;          // 0 to 1
-    float maximumExtensionAngle;     // degrees
-    float realistic;                 // legs: weight of the realistic knee
+    float maximumExtension;       // 0 to 1
+    float maximumExtensionAngle;  // degrees
+    float realistic;              // legs: weight of the realistic knee
 };
 
 // The limb must be complete.

@@ -29,8 +29,7 @@ BendPlane bend_plane(Vec4 axis, Vec4 upper_point, Vec4 middle_point, Vec4 end_po
 float interior_angle(const BendPlane& plane, float chord)
 {
     const float product = 2.0f * plane.a * plane.b;
-    if (product <= 0.0f)
-        return kPi;
+    if (product <= 0.0f) return kPi;
     return acos_approx(clampf((plane.a * plane.a + plane.b * plane.b - chord * chord) / product, -1.0f, 1.0f));
 }
 
@@ -45,8 +44,7 @@ float length_at_maximum_extension(const Solve& solve, const LimbRecord& limb, fl
     const Quat opening = quat_from_axis_angle(axis, plane.angle - widest);
 
     const LimitRecord* limit = limit_of_slot(solve.character, middle);
-    if (limit == nullptr || !has_active_bounds(limit->joint))
-        return length3(plane.upper + rotate(opening, plane.lower));
+    if (limit == nullptr || !has_active_bounds(limit->joint)) return length3(plane.upper + rotate(opening, plane.lower));
 
     const Quat parent = nodes[limb.middleParent].global.q;
     const Quat opened = quat_mul(conjugate(parent), quat_mul(opening, middle_global.q));
@@ -59,8 +57,7 @@ Vec4 soften_target(Vec4 root, Vec4 current, Vec4 target, float length, const Sof
 {
     const float s = sqrt_scalar(max_of(soft.maximumExtension * soft.resist, 0.0f));
     const float distance = distance3(target, root);
-    if (s < kNothing || distance <= 0.0f || length <= 0.0f)
-        return target;
+    if (s < kNothing || distance <= 0.0f || length <= 0.0f) return target;
     // Extension as an angle: 0 at full length, 90 degrees with the tip on the root.
     const float current_deg = acos_approx(clamp01(distance3(current, root) / length)) * kRadToDeg;
     const float target_deg = acos_approx(clamp01(distance / length)) * kRadToDeg;

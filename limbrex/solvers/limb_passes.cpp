@@ -17,15 +17,32 @@ BendPlane current_plane(const LimbChain& chain)
     return bend_plane(bend_axis(chain), at(chain, chain.upper), at(chain, chain.middle), at(chain, chain.end));
 }
 
+// An animated limb may bend beside its axis; a turn about the axis cannot take that out, so it leaves the limb short of its full length. What is still
+// missing then is opened in the plane that the two segments span, up to straight. Continuous: it begins with no turn.
+void open_beside_axis(const LimbChain& chain, float distance)
+{
+    const Vec4 upper = at(chain, chain.middle) - at(chain, chain.upper);
+    const Vec4 lower = at(chain, chain.end) - at(chain, chain.middle);
+    const Vec4 normal = cross3(upper, lower);
+    const float a = length3(upper);
+    const float b = length3(lower);
+    if (length3(upper + lower) >= distance || length3(normal) <= kMet * a * b) return;
+    const float straight = a + b;
+    const auto bend = [&](float chord) { return acos_approx(clampf((chord * chord - a * a - b * b) / (2.0f * a * b), -1.0f, 1.0f)); };
+    const float closing = bend(min_of(distance, straight)) - bend(length3(upper + lower));  // at or below 0
+    turn_joint(chain, chain.middle, quat_from_axis_angle(normalize3(normal), closing));
+}
+
 // Opens or closes the middle joint about its axis so that the end stands as far from the upper joint as the target does.
 void bend_to_distance(const LimbChain& chain, float distance)
 {
     const BendPlane plane = current_plane(chain);
     const float square = distance * distance - plane.along * plane.along;
-    const float chord = min_of(sqrt_scalar(max_of(square, 0.0f)), plane.a + plane.b);
-    if (plane.a <= 0.0f || plane.b <= 0.0f)
-        return;
+    const float flat = plane.a + plane.b;
+    const float chord = min_of(sqrt_scalar(max_of(square, 0.0f)), flat);
+    if (plane.a <= 0.0f || plane.b <= 0.0f) return;
     turn_joint(chain, chain.middle, quat_from_axis_angle(plane.axis, plane.angle - interior_angle(plane, chord)));
+    if (square > flat * flat) open_beside_axis(chain, distance);
 }
 
 // Aim, bend, aim: the two bones bring the end onto a point.
@@ -33,8 +50,7 @@ void reach_with_end(const LimbChain& chain, Vec4 target)
 {
     const Vec4 root = at(chain, chain.upper);
     const float reach = distance3(at(chain, chain.middle), root) + distance3(at(chain, chain.end), at(chain, chain.middle));
-    if (distance3(target, at(chain, chain.end)) <= kMet * reach)
-        return;
+    if (distance3(target, at(chain, chain.end)) <= kMet * reach) return;
     aim_joint(chain, chain.upper, at(chain, chain.end), target);
     bend_to_distance(chain, distance3(target, root));
     aim_joint(chain, chain.upper, at(chain, chain.end), target);
@@ -42,8 +58,7 @@ void reach_with_end(const LimbChain& chain, Vec4 target)
 
 void aim_end_at_extremity_goal(const LimbChain& chain)
 {
-    if (chain.extremity < 0 || chain.extremityGoal.reachT <= 0.0f)
-        return;
+    if (chain.extremity < 0 || chain.extremityGoal.reachT <= 0.0f) return;
     const Vec4 tip = at(chain, chain.extremity);
     aim_joint(chain, chain.end, tip, lerp4(tip, chain.extremityGoal.t, chain.extremityGoal.reachT));
 }

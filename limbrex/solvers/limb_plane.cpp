@@ -28,8 +28,7 @@ void unbend(const LimbChain& chain, float weight)
     const Vec4 n = bend_axis(chain);
     const Vec4 u = reject3(at(chain, chain.middle) - at(chain, chain.upper), n);
     const Vec4 l = reject3(at(chain, chain.end) - at(chain, chain.middle), n);
-    if (dot3f(cross3(u, l), n) >= 0.0f)
-        return;
+    if (dot3f(cross3(u, l), n) >= 0.0f) return;
     turn_joint(chain, chain.middle, faded_turn(shortest_arc(l, u), 1.0f - weight));
 }
 
@@ -46,8 +45,7 @@ Quat align_bend_plane(const LimbChain& chain, float weight)
 
 void turn_plane_to_middle_goal(const LimbChain& chain)
 {
-    if (chain.middleGoal.reachT <= 0.0f)
-        return;
+    if (chain.middleGoal.reachT <= 0.0f) return;
     const Vec4 root = at(chain, chain.upper);
     const Vec4 a = at(chain, chain.end) - root;
     const Vec4 b = at(chain, chain.middle) - root;

@@ -10,16 +10,14 @@ namespace
 Vec4 property_lanes(const LBXPropertySet& properties, int32_t LimbRow::*property)
 {
     float v[kLimbCount];
-    for (size_t i = 0; i < kLimbs.size(); ++i)
-        v[i] = value_of(properties, record_of_property(kLimbs[i].*property));
+    for (size_t i = 0; i < kLimbs.size(); ++i) v[i] = value_of(properties, record_of_property(kLimbs[i].*property));
     return load4(v);
 }
 
 // Factor by which a limb may still be stretched; 1 while its stretching step is off.
 float stretch_factor(const Solve& solve, const LimbRow& row)
 {
-    if (!(solve.mask & row.stretchBit))
-        return 1.0f;
+    if (!(solve.mask & row.stretchBit)) return 1.0f;
     const float stop = value_of(solve.properties, record::StretchStopArmsAndLegs);
     return 1.0f + (stop - 1.0f) * value_of(solve.properties, record_of_property(row.stretchReach));
 }
@@ -38,7 +36,8 @@ LimbLengths limb_lengths(const Solve& solve, int limb, float share_m, float shar
     const float to_middle = distance3(position(solve, record.slots[kLimbMiddle]), upper);
     const bool tip = record.slots[kLimbExtremity] >= 0;
     const Vec4 extremity = tip ? position(solve, record.slots[kLimbExtremity]) : end;
-    const float longest = length_at_maximum_extension(solve, record, value_of(solve.properties, record_of_property(row.maximumExtensionAngle)));
+    const float longest =
+        length_at_maximum_extension(solve, record, value_of(solve.properties, record_of_property(row.maximumExtensionAngle)));
     const float stretch = stretch_factor(solve, row);
     return {share_m * to_middle + share_e * distance3(end, upper) + share_x * distance3(extremity, upper),
             share_m * to_middle + share_e * stretch * longest + share_x * stretch * (longest + distance3(extremity, end))};
@@ -98,8 +97,7 @@ LimbReach limb_reach(const Solve& solve)
         targets[limb] = solve.effectors.targets[row.middleEffector].t * share_m + solve.effectors.targets[row.endEffector].t * share_e +
                         solve.effectors.targets[row.extremityEffector].t * share_x;
         reach.upper[limb] = record.complete() ? record.slots[kLimbUpper] : -1;
-        if (reach.upper[limb] < 0 || share_m + share_e + share_x == 0.0f)
-            continue;
+        if (reach.upper[limb] < 0 || share_m + share_e + share_x == 0.0f) continue;
         const LimbLengths lengths = limb_lengths(solve, limb, share_m, share_e, share_x);
         current[limb] = lengths.current;
         maximum[limb] = lengths.maximum;

@@ -21,12 +21,12 @@ Vec4 smooth_excess(const ExcessCurve& curve, Vec4 distance);
 struct LimbReach
 {
     LimbShares shares;
-    Vec4 stiffness;          // 0 to 1
+    Vec4 stiffness;  // 0 to 1
     Vec4 currentLength, maximumLength;
-    Vec4 compression;        // how much of the push a folded limb passes on
+    Vec4 compression;                // how much of the push a folded limb passes on
     Vec4 targetX, targetY, targetZ;  // share-weighted sum of the goals
-    Vec4 targetWeight;       // sum of the shares
-    int upper[kLimbCount];   // slots, -1 where the limb is not whole
+    Vec4 targetWeight;               // sum of the shares
+    int upper[kLimbCount];           // slots, -1 where the limb is not whole
 };
 LimbReach limb_reach(const Solve& solve);
 

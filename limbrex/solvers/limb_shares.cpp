@@ -25,8 +25,7 @@ template <class Test>
 Vec4 mask_of_limbs(const Solve& solve, Test test)
 {
     uint32_t m[kLimbCount];
-    for (int limb = 0; limb < kLimbCount; ++limb)
-        m[limb] = test(solve.character.limbs[limb]) ? ~0u : 0u;
+    for (int limb = 0; limb < kLimbCount; ++limb) m[limb] = test(solve.character.limbs[limb]) ? ~0u : 0u;
     return bits4(m[0], m[1], m[2], m[3]);
 }
 
@@ -51,7 +50,8 @@ LimbShares share_reach(Vec4 r_middle, Vec4 p_middle, Vec4 r_end, Vec4 p_end, Vec
 LimbShares limb_shares(const Solve& solve)
 {
     const Vec4 whole = mask_of_limbs(solve, [](const LimbRecord& limb) { return limb.complete(); });
-    const Vec4 with_extremity = mask_of_limbs(solve, [](const LimbRecord& limb) { return limb.complete() && limb.slots[kLimbExtremity] >= 0; });
+    const Vec4 with_extremity =
+        mask_of_limbs(solve, [](const LimbRecord& limb) { return limb.complete() && limb.slots[kLimbExtremity] >= 0; });
     const WeightLanes middle = gather(solve.effectors, &LimbRow::middleEffector);
     const WeightLanes end = gather(solve.effectors, &LimbRow::endEffector);
     const WeightLanes extremity = gather(solve.effectors, &LimbRow::extremityEffector);

@@ -9,10 +9,10 @@ namespace lbx
 
 struct LimbShares
 {
-    Vec4 middle, end, extremity;                  // shares of the reach
-    Vec4 pullMiddle, pullEnd, pullExtremity;      // what each takes by pulling
-    Vec4 pull;                                    // their sum
-    Vec4 resistMiddle;                            // resist of the middle effector
+    Vec4 middle, end, extremity;              // shares of the reach
+    Vec4 pullMiddle, pullEnd, pullExtremity;  // what each takes by pulling
+    Vec4 pull;                                // their sum
+    Vec4 resistMiddle;                        // resist of the middle effector
 };
 
 // The rule itself, lane by lane. r: reach translations, p: pulls.

@@ -26,8 +26,7 @@ struct PathRotations
 PathRotations local_rotations(const LimbChain& chain)
 {
     PathRotations rotations;
-    for (int i = 0; i < chain.pathCount; ++i)
-        rotations.q[i] = chain.solve.nodes[chain.path[i]].local.q;
+    for (int i = 0; i < chain.pathCount; ++i) rotations.q[i] = chain.solve.nodes[chain.path[i]].local.q;
     return rotations;
 }
 
@@ -44,20 +43,16 @@ void set_local_rotations(const LimbChain& chain, const PathRotations& rotations)
 bool run_passes(const LimbChain& chain, const Pass (&passes)[3])
 {
     int wanted = 0;
-    for (const Pass& pass : passes)
-        wanted += pass.share > kNoShare ? 1 : 0;
-    if (wanted == 0)
-        return false;
+    for (const Pass& pass : passes) wanted += pass.share > kNoShare ? 1 : 0;
+    if (wanted == 0) return false;
 
     const PathRotations start = local_rotations(chain);
     PathRotations sum = {};
     for (const Pass& pass : passes)
     {
-        if (pass.share <= kNoShare)
-            continue;
+        if (pass.share <= kNoShare) continue;
         pass.run(chain);
-        if (wanted == 1)
-            return true;
+        if (wanted == 1) return true;
         for (int i = 0; i < chain.pathCount; ++i)
         {
             const Quat change = quat_mul(chain.solve.nodes[chain.path[i]].local.q, conjugate(start.q[i]));
@@ -65,8 +60,7 @@ bool run_passes(const LimbChain& chain, const Pass (&passes)[3])
         }
         set_local_rotations(chain, start);
     }
-    for (int i = 0; i < chain.pathCount; ++i)
-        sum.q[i] = quat_mul(normalize_quat(sum.q[i]), start.q[i]);
+    for (int i = 0; i < chain.pathCount; ++i) sum.q[i] = quat_mul(normalize_quat(sum.q[i]), start.q[i]);
     set_local_rotations(chain, sum);
     return true;
 }
@@ -74,8 +68,7 @@ bool run_passes(const LimbChain& chain, const Pass (&passes)[3])
 // A rig without twist joints in its upper segment whose middle joint is bounded cannot take the aligning twist back further down, so it gets none.
 bool may_align(const LimbChain& chain)
 {
-    if (chain.realisticArm || chain.record.slots[kLimbUpperRoll] >= 0)
-        return true;
+    if (chain.realisticArm || chain.record.slots[kLimbUpperRoll] >= 0) return true;
     const LimitRecord* limit = middle_limit(chain);
     const JointFrame& frame = limit != nullptr ? limit->joint : chain.solve.records[chain.middle].joint;
     return !has_active_bounds(frame);
@@ -84,21 +77,22 @@ bool may_align(const LimbChain& chain)
 bool asks_nothing(const LimbChain& chain, float shares)
 {
     const float tip = chain.extremity >= 0 ? chain.extremityGoal.reachR : 0.0f;
-    return shares <= kNoShare && chain.rootGoal.reachR <= 0.0f && chain.middleGoal.reachR <= 0.0f && chain.endGoal.reachR <= 0.0f && tip <= 0.0f;
+    return shares <= kNoShare && chain.rootGoal.reachR <= 0.0f && chain.middleGoal.reachR <= 0.0f && chain.endGoal.reachR <= 0.0f &&
+           tip <= 0.0f;
 }
 
 }  // namespace
 
 bool solve_limb(const Solve& solve, int limb, bool arm)
 {
-    if (!solve.character.limbs[limb].complete())
-        return false;
+    if (!solve.character.limbs[limb].complete()) return false;
     const LimbShares shares = limb_shares(solve);
-    const Pass passes[3] = {{of_limb(shares.middle, limb), middle_pass}, {of_limb(shares.end, limb), end_pass}, {of_limb(shares.extremity, limb), extremity_pass}};
+    const Pass passes[3] = {{of_limb(shares.middle, limb), middle_pass},
+                            {of_limb(shares.end, limb), end_pass},
+                            {of_limb(shares.extremity, limb), extremity_pass}};
     const float total = min_of(1.0f, passes[0].share + passes[1].share + passes[2].share);
     const LimbChain chain = make_limb_chain(solve, limb, arm);
-    if (asks_nothing(chain, total))
-        return false;
+    if (asks_nothing(chain, total)) return false;
 
     orient_joint(chain, chain.upper, chain.rootGoal, true);
     orient_joint(chain, chain.middle, chain.middleGoal, true);
@@ -106,19 +100,13 @@ bool solve_limb(const Solve& solve, int limb, bool arm)
     Quat kept_turn = quat_identity();
     if (total > kNoShare)
     {
-        if (!chain.realisticArm)
-            unbend(chain, total);
-        if (may_align(chain))
-            kept_turn = align_bend_plane(chain, total);
-        if (yields_to_forearm_twist(chain))
-            spend_forearm_twist(chain);
+        if (!chain.realisticArm) unbend(chain, total);
+        if (may_align(chain)) kept_turn = align_bend_plane(chain, total);
+        if (yields_to_forearm_twist(chain)) spend_forearm_twist(chain);
     }
-    if (!run_passes(chain, passes))
-        orient_joint(chain, chain.end, chain.endGoal, false);
-    if (chain.extremity >= 0)
-        orient_joint(chain, chain.extremity, chain.extremityGoal, false);
-    if (!chain.realisticArm)
-        final_twist(chain, swing, kept_turn);
+    if (!run_passes(chain, passes)) orient_joint(chain, chain.end, chain.endGoal, false);
+    if (chain.extremity >= 0) orient_joint(chain, chain.extremity, chain.extremityGoal, false);
+    if (!chain.realisticArm) final_twist(chain, swing, kept_turn);
     return true;
 }
 
@@ -126,10 +114,8 @@ void finish_limb(const Solve& solve, int limb)
 {
     const LimbRecord& record = solve.character.limbs[limb];
     for (int i = kLimbFirstUpperRoll; i < kLimbEnd; ++i)
-        if (i != kLimbMiddle && record.slots[i] >= 0)
-            update_global(solve, record.slots[i]);
-    if (record.slots[kLimbEnd] >= 0)
-        update_descendants(solve, record.slots[kLimbEnd]);
+        if (i != kLimbMiddle && record.slots[i] >= 0) update_global(solve, record.slots[i]);
+    if (record.slots[kLimbEnd] >= 0) update_descendants(solve, record.slots[kLimbEnd]);
 }
 
 }  // namespace lbx

@@ -19,8 +19,7 @@ void stretch_slots(const Solve& solve, const LimbRecord& record, int first_bone,
 {
     const float scale = (k - 1.0f) * value_of(solve.properties, record::SnSScaleArmsAndLegs) + 1.0f;
     for (int i = first_bone; i <= last_bone; ++i)
-        if (record.slots[i] >= 0)
-            solve.nodes[record.slots[i]].local.t *= k;
+        if (record.slots[i] >= 0) solve.nodes[record.slots[i]].local.t *= k;
     for (int i = kLimbUpper; i < last_bone; ++i)
         if (record.slots[i] >= 0)
         {
@@ -35,45 +34,43 @@ bool stretch_limb(const Solve& solve, int limb)
 {
     const StretchRange range = {value_of(solve.properties, record::StretchStartArmsAndLegs),
                                 value_of(solve.properties, record::StretchStopArmsAndLegs)};
-    if (!solve.character.limbs[limb].complete() || !(range.start < range.stop))
-        return false;
+    if (!solve.character.limbs[limb].complete() || !(range.start < range.stop)) return false;
     const LimbChain chain = make_limb_chain(solve, limb, false);
     const LimbRow& row = chain.row;
     const float stretch_reach = value_of(solve.properties, record_of_property(row.stretchReach));
     const Vec4 none = zero4();
     const float reach_x = chain.extremity >= 0 ? chain.extremityGoal.reachT : 0.0f;
-    const LimbShares shares = share_reach(none, none, splat(chain.endGoal.reachT), splat(weight_of<kPull>(solve.effectors, row.endEffector)),
-                                          splat(reach_x), splat(weight_of<kPull>(solve.effectors, row.extremityEffector)));
+    const LimbShares shares =
+        share_reach(none, none, splat(chain.endGoal.reachT), splat(weight_of<kPull>(solve.effectors, row.endEffector)), splat(reach_x),
+                    splat(weight_of<kPull>(solve.effectors, row.extremityEffector)));
     const float share_e = x_of(shares.end);
     const float share_x = x_of(shares.extremity);
-    if (stretch_reach <= 0.0f || (share_e <= kNoShare && share_x <= kNoShare))
-        return false;
+    if (stretch_reach <= 0.0f || (share_e <= kNoShare && share_x <= kNoShare)) return false;
 
     // Both factors come from the pose as it was found; a ratio beyond the stop stretches no further.
     const Vec4 root = at(chain, chain.upper);
     const float length = distance3(at(chain, chain.middle), root) + distance3(at(chain, chain.end), at(chain, chain.middle));
-    const auto factor = [&](Vec4 tip, Vec4 goal, float share, float whole) {
+    const auto factor = [&](Vec4 tip, Vec4 goal, float share, float whole)
+    {
         const float ratio = whole > 0.0f ? min_of(distance3(lerp4(tip, goal, share), root) / whole, range.stop) : 0.0f;
-        return ratio > range.start ? stretch_reach * share * (ratio - range.start) / (range.stop - range.start) * (range.stop - 1.0f) + 1.0f : 1.0f;
+        return ratio > range.start ? stretch_reach * share * (ratio - range.start) / (range.stop - range.start) * (range.stop - 1.0f) + 1.0f
+                                   : 1.0f;
     };
     bool moved = false;
     if (share_e > kNoShare)
     {
         const float k = factor(at(chain, chain.end), chain.endGoal.t, share_e, length);
-        if (k != 1.0f)
-            stretch_slots(solve, chain.record, kLimbUpperRoll, kLimbEnd, k);
+        if (k != 1.0f) stretch_slots(solve, chain.record, kLimbUpperRoll, kLimbEnd, k);
         moved = moved || k != 1.0f;
     }
     if (share_x > kNoShare)
     {
         const Vec4 tip = at(chain, chain.extremity);
         const float k = factor(tip, chain.extremityGoal.t, share_x, distance3(tip, at(chain, chain.end)) + length);
-        if (k != 1.0f)
-            stretch_slots(solve, chain.record, kLimbUpperRoll, kLimbExtremity, k);
+        if (k != 1.0f) stretch_slots(solve, chain.record, kLimbUpperRoll, kLimbExtremity, k);
         moved = moved || k != 1.0f;
     }
-    if (moved)
-        follow(chain, chain.upper);
+    if (moved) follow(chain, chain.upper);
     return moved;
 }
 

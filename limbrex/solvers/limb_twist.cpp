@@ -9,7 +9,7 @@ namespace
 
 constexpr uint32_t kMinimumTwist = kMinimumActive;  // bits of the x angle, the twist about the bone
 constexpr uint32_t kMaximumTwist = kMaximumActive;
-constexpr float kLargestSwing = 1.0f;               // radians: an elbow gives way by about 60 degrees and no further
+constexpr float kLargestSwing = 1.0f;  // radians: an elbow gives way by about 60 degrees and no further
 
 // Angle of the part of q that turns about a unit axis, -pi to pi.
 float twist_about(Quat q, Vec4 axis)
@@ -29,8 +29,7 @@ float trust_in_twist(float angle)
 
 float realistic_swing(const LimbChain& chain)
 {
-    if (chain.realistic <= 0.0f || chain.endGoal.reachR <= 0.0f || chain.killPitch)
-        return 0.0f;
+    if (chain.realistic <= 0.0f || chain.endGoal.reachR <= 0.0f || chain.killPitch) return 0.0f;
     const Quat current = chain.solve.nodes[chain.end].global.q;
     const Quat wanted = quat_blend(current, chain.endGoal.q, chain.endGoal.reachR);
     const Vec4 line = normalize3(at(chain, chain.end) - at(chain, chain.upper));
@@ -40,8 +39,7 @@ float realistic_swing(const LimbChain& chain)
 
 bool yields_to_forearm_twist(const LimbChain& chain)
 {
-    if (!chain.realisticArm || chain.endGoal.reachR <= 0.0f)
-        return false;
+    if (!chain.realisticArm || chain.endGoal.reachR <= 0.0f) return false;
     const LimitRecord* limit = middle_limit(chain);
     return limit != nullptr && (limit->joint.flags & kMinimumTwist) != 0 && (limit->joint.flags & kMaximumTwist) != 0;
 }
@@ -62,10 +60,8 @@ void spend_forearm_twist(const LimbChain& chain)
 
 void final_twist(const LimbChain& chain, float swing, Quat kept_turn)
 {
-    if (swing != 0.0f)
-        swing_middle(chain, swing);
-    if (turns_nothing(kept_turn))
-        return;
+    if (swing != 0.0f) swing_middle(chain, swing);
+    if (turns_nothing(kept_turn)) return;
     const Quat orientation = chain.solve.nodes[chain.end].global.q;
     const Vec4 upper = normalize3(at(chain, chain.middle) - at(chain, chain.upper));
     const Vec4 lower = normalize3(at(chain, chain.end) - at(chain, chain.middle));

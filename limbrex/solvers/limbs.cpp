@@ -12,8 +12,7 @@ constexpr int kLimbOrder[] = {LBXLimbRightArm, LBXLimbLeftArm, LBXLimbRightLeg, 
 
 void turn_shoulders(const Solve& solve)
 {
-    if (!(solve.mask & (LBXSolvingStepLeftShoulder | LBXSolvingStepRightShoulder)))
-        return;
+    if (!(solve.mask & (LBXSolvingStepLeftShoulder | LBXSolvingStepRightShoulder))) return;
     const LimbReach reach = limb_reach(solve);
     // The left collar moves no part of the right arm, so one measurement serves both.
     turn_shoulder(solve, kLeftShoulder, reach);
@@ -27,22 +26,19 @@ void limbs_stage(const Solve& solve)
     turn_shoulders(solve);
     bool moved[kLimbCount] = {};
     for (const int limb : kLimbOrder)
-        if (solve.mask & kLimbs[static_cast<size_t>(limb)].stretchBit)
-            moved[limb] = stretch_limb(solve, limb);
+        if (solve.mask & kLimbs[static_cast<size_t>(limb)].stretchBit) moved[limb] = stretch_limb(solve, limb);
 
     const Vec4 left_arm = arm_direction(solve, kLeftShoulder);
     const Vec4 right_arm = arm_direction(solve, kRightShoulder);
     for (const int limb : kLimbOrder)
-        if (solve.mask & kLimbs[static_cast<size_t>(limb)].solveBit)
-            moved[limb] = solve_limb(solve, limb, !is_leg(limb)) || moved[limb];
+        if (solve.mask & kLimbs[static_cast<size_t>(limb)].solveBit) moved[limb] = solve_limb(solve, limb, !is_leg(limb)) || moved[limb];
     if (solve.mask & LBXSolvingStepLeftShoulder)
         moved[LBXLimbLeftArm] = correct_shoulder(solve, kLeftShoulder, left_arm) || moved[LBXLimbLeftArm];
     if (solve.mask & LBXSolvingStepRightShoulder)
         moved[LBXLimbRightArm] = correct_shoulder(solve, kRightShoulder, right_arm) || moved[LBXLimbRightArm];
 
     for (const int limb : kLimbOrder)
-        if (moved[limb])
-            finish_limb(solve, limb);
+        if (moved[limb]) finish_limb(solve, limb);
 }
 
 }  // namespace lbx

@@ -15,15 +15,14 @@ struct LegPull
 {
     float weight;
     float length;
-    Vec4 target;   // of the ankle
-    Vec4 upper;    // position of the up leg; moves with the hips
+    Vec4 target;  // of the ankle
+    Vec4 upper;   // position of the up leg; moves with the hips
 };
 
 LegPull leg_pull(const Solve& solve, int limb, int ankle_effector, float left_over)
 {
     const LimbRecord& record = solve.character.limbs[limb];
-    if (!record.complete())
-        return {0.0f, 0.0f, zero4(), zero4()};
+    if (!record.complete()) return {0.0f, 0.0f, zero4(), zero4()};
     const Vec4 upper = position(solve, record.slots[kLimbUpper]);
     const float pull = weight_of<kReachT>(solve.effectors, ankle_effector) * weight_of<kPull>(solve.effectors, ankle_effector);
     return {left_over * pull, distance3(position(solve, record.slots[kLimbEnd]), upper), solve.effectors.targets[ankle_effector].t, upper};
@@ -50,8 +49,7 @@ bool pull_hips(const Solve& solve)
     LegPull left = leg_pull(solve, LBXLimbLeftLeg, LBXEffectorLeftAnkle, 1.0f - own);
     LegPull right = leg_pull(solve, LBXLimbRightLeg, LBXEffectorRightAnkle, 1.0f - own);
     const float hold = own + (1.0f - left.weight) * (1.0f - right.weight) * (reach - own);
-    if (hips < 0 || held_iterations == 0 || (left.weight == 0.0f && right.weight == 0.0f && hold == 0.0f))
-        return false;
+    if (hips < 0 || held_iterations == 0 || (left.weight == 0.0f && right.weight == 0.0f && hold == 0.0f)) return false;
 
     StateNode& node = solve.nodes[hips];
     const Vec4 goal = effectors.targets[LBXEffectorHips].t - rotate(node.global.q, hips_offset(solve.properties));
@@ -74,8 +72,7 @@ void update_legs(const Solve& solve)
     for (const int limb : {LBXLimbLeftLeg, LBXLimbRightLeg})
     {
         const LimbRecord& record = solve.character.limbs[limb];
-        if (record.complete())
-            update_path(solve, record.slots[kLimbUpper], record.slots[kLimbEnd]);
+        if (record.complete()) update_path(solve, record.slots[kLimbUpper], record.slots[kLimbEnd]);
     }
 }
 void update_arms(const Solve& solve)
@@ -83,24 +80,20 @@ void update_arms(const Solve& solve)
     for (const int limb : {LBXLimbLeftArm, LBXLimbRightArm})
     {
         const LimbRecord& record = solve.character.limbs[limb];
-        if (record.complete())
-            update_path(solve, record.slots[kLimbUpper], record.slots[kLimbEnd]);
+        if (record.complete()) update_path(solve, record.slots[kLimbUpper], record.slots[kLimbEnd]);
     }
 }
 
 bool place_chest(const Solve& solve)
 {
     const int chest = chest_slot(solve.character);
-    if (!(solve.mask & LBXSolvingStepSpine) || chest < 0)
-        return false;
+    if (!(solve.mask & LBXSolvingStepSpine) || chest < 0) return false;
     const BodyTriple body = load_body_effectors(solve.effectors);
     const float reach_t = lane<kReachT>(body.chestEnd.weights);
     const float reach_r = lane<kReachR>(body.chestEnd.weights);
     const float resist = lane<kResist>(body.chestOrigin.weights);
-    if (reach_r > 0.0f)
-        turn_chest(solve, body.chestEnd.q, reach_r, resist);
-    if (reach_t > 0.0f)
-        reach_with_spine(solve, body.chestEnd, resist, {0.0f, 1.0f, true});
+    if (reach_r > 0.0f) turn_chest(solve, body.chestEnd.q, reach_r, resist);
+    if (reach_t > 0.0f) reach_with_spine(solve, body.chestEnd, resist, {0.0f, 1.0f, true});
     update_shoulders(solve);
     return reach_t > 0.0f || reach_r > 0.0f;
 }
@@ -112,30 +105,25 @@ void solve_low_definition(const Solve& solve)
     refresh_locals(solve.character, solve.nodes);
     const int hips = slot_of(solve, LBXNodeHips);
     bool body_moved = place_hips_by_effector(solve, load_body_effectors(solve.effectors).hips);
-    if (solve.mask & LBXSolvingStepBodyPull)
-        body_moved = pull_hips(solve) || body_moved;
+    if (solve.mask & LBXSolvingStepBodyPull) body_moved = pull_hips(solve) || body_moved;
     if (body_moved)
     {
         update_body(solve);
         update_legs(solve);
     }
     body_moved = place_chest(solve) || body_moved;
-    if (body_moved)
-        update_arms(solve);
+    if (body_moved) update_arms(solve);
 
     bool moved = body_moved;
     for (const int limb : {LBXLimbLeftArm, LBXLimbRightArm, LBXLimbLeftLeg, LBXLimbRightLeg})
-        if (solve.mask & kLimbs[static_cast<size_t>(limb)].solveBit)
-            moved = solve_light_limb(solve, limb) || moved;
+        if (solve.mask & kLimbs[static_cast<size_t>(limb)].solveBit) moved = solve_light_limb(solve, limb) || moved;
     if (solve.mask & LBXSolvingStepHead)
     {
         const int head = slot_of(solve, LBXNodeHead);
-        if (body_moved && head >= 0)
-            update_path(solve, chest_slot(solve.character), head);
+        if (body_moved && head >= 0) update_path(solve, chest_slot(solve.character), head);
         moved = orient_head(solve) || moved;
     }
-    if (moved && hips >= 0)
-        update_descendants(solve, hips);
+    if (moved && hips >= 0) update_descendants(solve, hips);
 }
 
 }  // namespace lbx

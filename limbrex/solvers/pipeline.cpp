@@ -10,27 +10,19 @@ using Stage = void (*)(const lbx::Solve&);
 
 // In the order of the solve; null where no stage of this place exists for characters without floor contacts.
 constexpr Stage kStages[] = {
-    lbx::prepare_stage,
-    nullptr,
-    lbx::body_stage,
-    lbx::limbs_stage,
-    nullptr,
-    lbx::head_stage,
-    nullptr,
-    lbx::hips_translation_stage,
-    lbx::roll_stage,
-    lbx::post_process_stage,
+    lbx::prepare_stage,          nullptr,         lbx::body_stage,         lbx::limbs_stage, nullptr, lbx::head_stage, nullptr,
+    lbx::hips_translation_stage, lbx::roll_stage, lbx::post_process_stage,
 };
 
-void run_stages(const LBXCharacter& character, LBXCharacterState& state, LBXEffectorSet& set, const LBXPropertySet& properties, uint32_t stages)
+void run_stages(const LBXCharacter& character, LBXCharacterState& state, LBXEffectorSet& set, const LBXPropertySet& properties,
+                uint32_t stages)
 {
     const lbx::SolverFloatScope scope;
     const lbx::Solve solve = lbx::make_solve(character, state, set, properties);
     for (size_t i = 0; i < sizeof(kStages) / sizeof(kStages[0]); ++i)
     {
         const bool wanted = (stages >> i & 1u) != 0 && (i == 0 || solve.mask != 0);  // an empty mask ends the solve after the first stage
-        if (wanted && kStages[i] != nullptr)
-            kStages[i](solve);
+        if (wanted && kStages[i] != nullptr) kStages[i](solve);
     }
 }
 
@@ -43,22 +35,19 @@ bool usable(const LBXCharacter* character, const LBXCharacterState* state, const
 
 void LBXSolveForEffectorSet(const LBXCharacter* character, LBXCharacterState* state, LBXEffectorSet* set, const LBXPropertySet* properties)
 {
-    if (usable(character, state, set, properties))
-        run_stages(*character, *state, *set, *properties, ~0u);
+    if (usable(character, state, set, properties)) run_stages(*character, *state, *set, *properties, ~0u);
 }
 
 void LBXDebugSolveStages(const LBXCharacter* character, LBXCharacterState* state, LBXEffectorSet* set, const LBXPropertySet* properties,
                          uint32_t mask_of_stages)
 {
-    if (usable(character, state, set, properties))
-        run_stages(*character, *state, *set, *properties, mask_of_stages);
+    if (usable(character, state, set, properties)) run_stages(*character, *state, *set, *properties, mask_of_stages);
 }
 
 void LBXSolveForEffectorSetLowDefinition(const LBXCharacter* character, LBXCharacterState* state, LBXEffectorSet* set,
                                          const LBXPropertySet* properties)
 {
-    if (!usable(character, state, set, properties))
-        return;
+    if (!usable(character, state, set, properties)) return;
     const lbx::SolverFloatScope scope;
     lbx::solve_low_definition(lbx::make_solve(*character, *state, *set, *properties));
 }

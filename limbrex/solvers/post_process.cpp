@@ -28,8 +28,7 @@ constexpr int right_twin(int node)
                                      {LBX_NODE_IN_EXTREMITY(2, 0), 6, 6},
                                      {LBXNodeLeftShoulderExtra, 1, 1}};
     for (const Block& block : kLeftBlocks)
-        if (node >= block.first && node < block.first + block.count)
-            return node + block.step;
+        if (node >= block.first && node < block.first + block.count) return node + block.step;
     if (node >= LBXNodeFirstLeafRoll)
     {
         const int segment = (node - LBXNodeFirstLeafRoll) % kSegmentCount;  // left and right segments alternate by pairs
@@ -62,13 +61,11 @@ void mirror_pose(const Solve& solve)
 
 void mirror_effectors(LBXEffectorSet& effectors)
 {
-    for (Tqs& target : effectors.targets)
-        mirror_in_place(target);
+    for (Tqs& target : effectors.targets) mirror_in_place(target);
     for (int effector = 0; effector < kEffectorCount; ++effector)
     {
         const int twin = kEffectors[static_cast<size_t>(effector)].mirror;
-        if (twin < 0)
-            continue;
+        if (twin < 0) continue;
         std::swap(effectors.targets[effector].t, effectors.targets[twin].t);
         std::swap(effectors.targets[effector].q, effectors.targets[twin].q);
         std::swap(effectors.weights[effector], effectors.weights[twin]);
@@ -81,8 +78,7 @@ void lock_hips(const Solve& solve)
     const Vec4 locks = vec4(value_of(solve.properties, record::LockX), value_of(solve.properties, record::LockY),
                             value_of(solve.properties, record::LockZ));
     const Vec4 is_free = equal4(locks, zero4());
-    if (hips < 0 || (mask_bits(is_free) & 7) == 7)
-        return;
+    if (hips < 0 || (mask_bits(is_free) & 7) == 7) return;
     Tqs& global = solve.nodes[hips].global;
     global.t = select4(is_free, global.t, stances(solve.character)[hips].stance.t);
     update_local(solve, hips);
@@ -93,8 +89,7 @@ void lock_hips(const Solve& solve)
 
 void post_process_stage(const Solve& solve)
 {
-    if (!(solve.mask & LBXSolvingStepPostProcess))
-        return;
+    if (!(solve.mask & LBXSolvingStepPostProcess)) return;
     if (is_in_effect(solve.properties, record::Mirror))
     {
         mirror_pose(solve);

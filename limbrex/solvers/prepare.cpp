@@ -16,8 +16,7 @@ void hold_all_limits(const Solve& solve)
     for (int place = 0; place < count; ++place)
     {
         const int slot = solve.order[place];
-        if (place < follows_until)
-            update_global(solve, slot);
+        if (place < follows_until) update_global(solve, slot);
         if (solve.records[slot].limit >= 0 && enforce_limit(solve, slot))
         {
             const int end = place + solve.subtree[slot];
@@ -32,10 +31,8 @@ void prepare_stage(const Solve& solve)
 {
     solve.effectors.retargetFlag = 0;
     refresh_locals(solve.character, solve.nodes);
-    if (solve.mask & LBXSolvingStepRollExtraction)
-        take_roll_snapshot(solve, solve.effectors.rollSnapshot);
-    if (solve.character.limitCount > 0)
-        hold_all_limits(solve);
+    if (solve.mask & LBXSolvingStepRollExtraction) take_roll_snapshot(solve, solve.effectors.rollSnapshot);
+    if (solve.character.limitCount > 0) hold_all_limits(solve);
 }
 
 }  // namespace lbx

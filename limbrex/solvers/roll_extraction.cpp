@@ -13,8 +13,8 @@ constexpr int kLevelCount = 1 + kLeafRollCount;  // the twist joint, then the le
 
 struct RollRow
 {
-    int32_t roll;        // records of the properties
-    int32_t firstLeaf;   // of level 1; each further level stands kSegmentCount records on
+    int32_t roll;       // records of the properties
+    int32_t firstLeaf;  // of level 1; each further level stands kSegmentCount records on
     int32_t extended;
     int32_t full;
     bool lower;
@@ -55,8 +55,7 @@ Vec4 local_angles(const Solve& solve, int slot) { return angles_from_rotation(so
 bool takes_level(const Solve& solve, int row, int level)
 {
     const int segment = slot_of(solve, kSegments[static_cast<size_t>(row)].node);
-    if (segment < 0 || !level_in_effect(solve.properties, row, level))
-        return false;
+    if (segment < 0 || !level_in_effect(solve.properties, row, level)) return false;
     return slot_of(solve, level_node(row, level)) >= 0 || !segment_is_limited(solve, segment);
 }
 
@@ -80,7 +79,7 @@ Vec4 segment_angles(const Solve& solve, int row)
 struct Twists
 {
     float segment;
-    float child;                // about this bone, at its far end
+    float child;  // about this bone, at its far end
     float level[kLevelCount];
 };
 
@@ -112,8 +111,7 @@ void distribute_in_line(const Solve& solve, const Row& row, int roll, const Twis
     const float mean = 0.5f * (twists.segment + twists.level[0]);
     const float to_segment = row.value * (mean - twists.segment);
     const float to_roll = row.value * (mean - twists.level[0]) + row.value * row.extended * twists.child;
-    if (to_segment == 0.0f && to_roll == 0.0f)
-        return;
+    if (to_segment == 0.0f && to_roll == 0.0f) return;
     const Quat child_rotation = global_rotation(solve, row.child);
     add_twist(solve, row.segment, to_segment);
     update_global(solve, roll);
@@ -134,12 +132,10 @@ void distribute_to_leaves(const Solve& solve, const Row& row, const Twists& twis
     for (int level = 1; level < kLevelCount; ++level)
     {
         const int leaf = slot_of(solve, level_node(row.index, level));
-        if (leaf < 0 || !is_in_effect(solve.properties, level_property(row.index, level)))
-            continue;
+        if (leaf < 0 || !is_in_effect(solve.properties, level_property(row.index, level))) continue;
         const float share = value_of(solve.properties, level_property(row.index, level));
         const float angle = row.value * share * (near + far - twists.level[level]);
-        if (angle != 0.0f)
-            add_twist(solve, leaf, angle);
+        if (angle != 0.0f) add_twist(solve, leaf, angle);
     }
 }
 
@@ -165,20 +161,16 @@ void take_roll_snapshot(const Solve& solve, Vec4 snapshot[kRollSnapshotCount])
     for (int row = 0; row < kSegmentCount; ++row)
         for (int level = 0; level < kLevelCount; ++level)
         {
-            if (!takes_level(solve, row, level))
-                continue;
-            if (level == 0)
-                snapshot[segment_vector(row)] = segment_angles(solve, row);
+            if (!takes_level(solve, row, level)) continue;
+            if (level == 0) snapshot[segment_vector(row)] = segment_angles(solve, row);
             const int slot = slot_of(solve, level_node(row, level));
-            if (slot >= 0)
-                snapshot[level_vector(row, level)] = local_angles(solve, slot);
+            if (slot >= 0) snapshot[level_vector(row, level)] = local_angles(solve, slot);
         }
 }
 
 void roll_stage(const Solve& solve)
 {
-    if (!(solve.mask & LBXSolvingStepRollExtraction))
-        return;
+    if (!(solve.mask & LBXSolvingStepRollExtraction)) return;
     constexpr int kAbsolute = 1;
     const bool absolute = rounded_value_of(solve.properties, record::RollExtractionMode) == kAbsolute;
     Vec4 now[kRollSnapshotCount];
@@ -191,13 +183,13 @@ void roll_stage(const Solve& solve)
         if (segment < 0 || child < 0 || !is_in_effect(solve.properties, kRows[i].roll) || solve.records[segment].rollSegment == 0 ||
             !takes_level(solve, i, 0))
             continue;
-        if (!taken)
-            take_roll_snapshot(solve, now);
+        if (!taken) take_roll_snapshot(solve, now);
         taken = true;
         const bool full = is_in_effect(solve.properties, kRows[i].full);
         const float full_value = full ? value_of(solve.properties, kRows[i].full) : 0.0f;
         const float value = value_of(solve.properties, kRows[i].roll);
-        const Row row = {i, segment, child, value + (1.0f - value) * full_value, clamp01(0.5f * value_of(solve.properties, kRows[i].extended))};
+        const Row row = {i, segment, child, value + (1.0f - value) * full_value,
+                         clamp01(0.5f * value_of(solve.properties, kRows[i].extended))};
         const Twists twists = measure(solve, row, absolute ? nullptr : solve.effectors.rollSnapshot, now);
         const int roll = slot_of(solve, roll_node(i));
         if (roll >= 0 && solve.parents[roll] == segment)

@@ -20,7 +20,15 @@ constexpr ShoulderRow kShoulders[] = {
 };
 
 constexpr float kLargestFollow = 0.5235988f;  // radians: a collar follows its arm by 30 degrees at most
+constexpr float kNoticed = 1e-3f;             // radians: an arm that turned less than this has not called for its collar
 constexpr int kFitSteps = 8;
+
+// 1 for an arm that turned by up to a quarter turn, falling to 0 at half a turn, where the way round is anybody's guess.
+float trust_in_turn(float angle)
+{
+    const float s = clamp01((kPi - angle) / kHalfPi);
+    return (3.0f - 2.0f * s) * s * s;
+}
 
 Vec4 collar_stiffness(const LBXPropertySet& properties)
 {
@@ -31,8 +39,7 @@ Vec4 collar_stiffness(const LBXPropertySet& properties)
 // The rotation about q's axis by a fraction of its angle.
 Quat fraction_of(Quat q, float f)
 {
-    if (f >= 1.0f)
-        return q;
+    if (f >= 1.0f) return q;
     const Quat facing = q * sign_one(lanes<3, 3, 3, 3>(q));
     const float half = acos_approx(min_of(w_of(facing), 1.0f));
     return quat_from_axis_half_angle(normalize3(facing), half * f);
@@ -62,15 +69,12 @@ void turn_collar(const Solve& solve, const ShoulderRow& row, Quat q, Vec4 kept)
     const int shoulder = slot_of(solve, row.node);
     const int extra = slot_of(solve, row.extra);
     const float ratio = extra >= 0 ? clamp01(value_of(solve.properties, record::ExtraCollarRatio)) : 0.0f;
-    if (turns_nothing(q))
-        return;
-    if (ratio < 1.0f)
-        turn_stiffly(solve, shoulder, fraction_of(q, 1.0f - ratio), kept);
+    if (turns_nothing(q)) return;
+    if (ratio < 1.0f) turn_stiffly(solve, shoulder, fraction_of(q, 1.0f - ratio), kept);
     if (extra >= 0)
     {
         update_global(solve, extra);
-        if (ratio > 0.0f)
-            turn_stiffly(solve, extra, fraction_of(q, ratio), kept);
+        if (ratio > 0.0f) turn_stiffly(solve, extra, fraction_of(q, ratio), kept);
     }
     update_global(solve, slot_of(solve, row.arm));
 }
@@ -105,9 +109,9 @@ float part_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 axis, f
     const Vec4 middle = position(solve, limb.slots[kLimbMiddle]);
     const float length = distance3(middle, centre + to_arm) + distance3(position(solve, limb.slots[kLimbEnd]), middle);
     const float bridged = max_of(length * 0.9999f, distance3(goal, centre + to_arm));
-    const auto reaches = [&](float part) { return distance3(goal, centre + rotate(quat_from_axis_angle(axis, angle * part), to_arm)) <= bridged; };
-    if (reaches(1.0f))
-        return 1.0f;
+    const auto reaches = [&](float part)
+    { return distance3(goal, centre + rotate(quat_from_axis_angle(axis, angle * part), to_arm)) <= bridged; };
+    if (reaches(1.0f)) return 1.0f;
     float inside = 0.0f;
     float outside = 1.0f;
     for (int i = 0; i < kFitSteps; ++i)
@@ -123,8 +127,7 @@ float part_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 axis, f
 bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach)
 {
     const ShoulderRow& row = kShoulders[side];
-    if (!has_collar(solve, row))
-        return false;
+    if (!has_collar(solve, row)) return false;
     const Vec4 weights = solve.effectors.weights[row.effector];
     const float reach_t = lane<kReachT>(weights);
     const Vec4 stiffness = collar_stiffness(solve.properties);
@@ -132,7 +135,8 @@ bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach
     bool turned = false;
     if (reach_t > 0.0f)
     {
-        turn_collar(solve, row, turn_toward(solve, row, lerp4(position(solve, arm), solve.effectors.targets[row.effector].t, reach_t)), stiffness);
+        turn_collar(solve, row, turn_toward(solve, row, lerp4(position(solve, arm), solve.effectors.targets[row.effector].t, reach_t)),
+                    stiffness);
         turned = true;
     }
     if (of_limb(reach.shares.pull, row.limb) > 0.0f)
@@ -144,8 +148,7 @@ bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach
         turn_collar(solve, row, turn_toward(solve, row, position(solve, arm) + pull), xyz(kept));
         turned = true;
     }
-    if (turned)
-        update_descendants(solve, slot_of(solve, row.node));
+    if (turned) update_descendants(solve, slot_of(solve, row.node));
     return turned;
 }
 
@@ -153,31 +156,30 @@ Vec4 arm_direction(const Solve& solve, ShoulderSide side)
 {
     const ShoulderRow& row = kShoulders[side];
     const int forearm = slot_of(solve, row.forearm);
-    if (!has_collar(solve, row) || forearm < 0 || value_of(solve.properties, record::ShoulderCorrection) <= 0.0f)
-        return zero4();
+    if (!has_collar(solve, row) || forearm < 0 || value_of(solve.properties, record::ShoulderCorrection) <= 0.0f) return zero4();
     return normalize3(position(solve, forearm) - position(solve, slot_of(solve, row.arm)));
 }
 
 bool correct_shoulder(const Solve& solve, ShoulderSide side, Vec4 recorded_direction)
 {
     const ShoulderRow& row = kShoulders[side];
-    const float weight = value_of(solve.properties, record::ShoulderCorrection) * (1.0f - weight_of<kReachT>(solve.effectors, row.effector));
+    const float weight =
+        value_of(solve.properties, record::ShoulderCorrection) * (1.0f - weight_of<kReachT>(solve.effectors, row.effector));
     const Vec4 direction = arm_direction(solve, side);
     if (weight <= 0.0f || dot3f(recorded_direction, recorded_direction) == 0.0f || !solve.character.limbs[row.limb].complete())
         return false;
     const Quat arc = shortest_arc(recorded_direction, direction);
-    if (turns_nothing(arc))
-        return false;
+    if (turns_nothing(arc)) return false;
 
     const Quat facing = arc * sign_one(lanes<3, 3, 3, 3>(arc));
     const float whole = 2.0f * acos_approx(min_of(w_of(facing), 1.0f));
     const Vec4 axis = normalize3(facing);
-    const float angle = min_of(whole * weight, kLargestFollow);
+    const float angle = min_of(max_of(whole - kNoticed, 0.0f) * weight, kLargestFollow) * trust_in_turn(whole);
+    if (angle <= 0.0f) return false;
     const float part = part_within_reach(solve, row, axis, angle);
     turn_collar(solve, row, quat_from_axis_angle(axis, angle * part), collar_stiffness(solve.properties));
     update_descendants(solve, slot_of(solve, row.node));
-    if (solve.mask & kLimbs[static_cast<size_t>(row.limb)].solveBit)
-        solve_limb(solve, row.limb, true);
+    if (solve.mask & kLimbs[static_cast<size_t>(row.limb)].solveBit) solve_limb(solve, row.limb, true);
     return true;
 }
 

@@ -22,12 +22,10 @@ namespace
 
 bool hold_angles(const JointFrame& frame, Quat& local_rotation)
 {
-    if (!has_active_bounds(frame))
-        return false;
+    if (!has_active_bounds(frame)) return false;
     const Vec4 angles = angles_from_rotation(frame, local_rotation);
     const Vec4 held = clamp_angles(frame, angles);
-    if ((mask_bits(equal4(angles, held)) & 7) == 7)
-        return false;
+    if ((mask_bits(equal4(angles, held)) & 7) == 7) return false;
     local_rotation = normalize_quat(rotation_from_angles(frame, held));
     return true;
 }
@@ -36,12 +34,10 @@ bool hold_angles(const JointFrame& frame, Quat& local_rotation)
 bool hold_translation(const LimitRecord& limit, Vec4 parent_scale, Vec4& local_translation)
 {
     const float length = length3(local_translation);
-    if (limit.translationOn == 0 || length <= 0.01f)
-        return false;
+    if (limit.translationOn == 0 || length <= 0.01f) return false;
     const float rest = length3(limit.reference * parent_scale);
     const float held = max_of(limit.minimumFactor * rest, min_of(limit.maximumFactor * rest, length));
-    if (held == length)
-        return false;
+    if (held == length) return false;
     local_translation = local_translation * (held / length);
     return true;
 }
@@ -51,15 +47,13 @@ bool hold_translation(const LimitRecord& limit, Vec4 parent_scale, Vec4& local_t
 bool enforce_limit(const Solve& solve, int slot)
 {
     const int32_t index = solve.records[slot].limit;
-    if (index < 0)
-        return false;
+    if (index < 0) return false;
     const LimitRecord& limit = limit_records(solve.character)[index];
     StateNode& node = solve.nodes[slot];
     const int parent = solve.parents[slot];
     const bool turned = hold_angles(limit.joint, node.local.q);
     const bool moved = hold_translation(limit, parent >= 0 ? solve.nodes[parent].global.s : splat(1.0f), node.local.t);
-    if (!turned && !moved)
-        return false;
+    if (!turned && !moved) return false;
     if (parent >= 0)
         update_global(solve, slot);
     else
@@ -72,21 +66,17 @@ bool enforce_limit(const Solve& solve, int slot)
 
 void update_path(const Solve& solve, int from, int to)
 {
-    if (from < 0 || to < 0)
-        return;
+    if (from < 0 || to < 0) return;
     int path[kNodeCount];
     int count = 0;
-    for (int slot = to; slot >= 0 && slot != from; slot = solve.parents[slot])
-        path[count++] = slot;
-    while (count > 0)
-        update_global(solve, path[--count]);
+    for (int slot = to; slot >= 0 && slot != from; slot = solve.parents[slot]) path[count++] = slot;
+    while (count > 0) update_global(solve, path[--count]);
 }
 
 void update_spine(const Solve& solve)
 {
     const ChainRecord& spine = solve.character.spine;
-    for (int i = 1; i < spine.count; ++i)
-        update_global(solve, spine.slots[i]);
+    for (int i = 1; i < spine.count; ++i) update_global(solve, spine.slots[i]);
 }
 
 void update_shoulders(const Solve& solve)
@@ -97,8 +87,7 @@ void update_shoulders(const Solve& solve)
     for (const int node : kShoulderNodes)
     {
         const int slot = slot_of(solve, node);
-        if (slot >= 0)
-            update_global(solve, slot);
+        if (slot >= 0) update_global(solve, slot);
     }
 }
 
@@ -108,8 +97,7 @@ void update_around_hips(const Solve& solve)
     for (const int node : kHipsChildren)
     {
         const int slot = slot_of(solve, node);
-        if (slot >= 0)
-            update_global(solve, slot);
+        if (slot >= 0) update_global(solve, slot);
     }
 }
 

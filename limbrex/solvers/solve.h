@@ -10,12 +10,12 @@ namespace lbx
 struct Solve
 {
     const LBXCharacter& character;
-    StateNode* nodes;               // by slot; -1 is the spare
+    StateNode* nodes;  // by slot; -1 is the spare
     LBXEffectorSet& effectors;
     const LBXPropertySet& properties;
-    uint32_t mask;                  // solving steps
-    const int32_t* parents;         // by slot
-    const int32_t* order;           // slots depth first
+    uint32_t mask;           // solving steps
+    const int32_t* parents;  // by slot
+    const int32_t* order;    // slots depth first
     const int32_t* place;
     const int32_t* subtree;
     const NodeRecord* records;
@@ -46,8 +46,7 @@ inline Quat renormalized(Quat q) { return q * (splat(1.5f) - splat(0.5f) * dot4(
 inline void update_global(const Solve& solve, int slot)
 {
     const int parent = solve.parents[slot];
-    if (parent < 0)
-        return;
+    if (parent < 0) return;
     StateNode& node = solve.nodes[slot];
     const Tqs& above = solve.nodes[parent].global;
     node.global.t = above.t + rotate(above.q, node.local.t);
@@ -79,8 +78,7 @@ inline bool turns_nothing(Quat turn) { return (mask_bits(equal4(turn, zero4())) 
 // pose that needs no turn keeps its bits. The nodes below are the caller's to update.
 inline bool turn_node(const Solve& solve, int slot, Quat turn)
 {
-    if (turns_nothing(turn))
-        return false;
+    if (turns_nothing(turn)) return false;
     set_rotation(solve, slot, renormalized(quat_mul(turn, solve.nodes[slot].global.q)));
     return true;
 }
@@ -92,8 +90,7 @@ inline void update_descendants(const Solve& solve, int slot)
 {
     const int first = solve.place[slot] + 1;
     const int last = solve.place[slot] + solve.subtree[slot];
-    for (int i = first; i < last; ++i)
-        update_global(solve, solve.order[i]);
+    for (int i = first; i < last; ++i) update_global(solve, solve.order[i]);
 }
 // Globals along the path from below `from` down to `to`, which must hang under it. Nothing happens for absent slots.
 void update_path(const Solve& solve, int from, int to);

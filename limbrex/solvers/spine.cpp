@@ -19,8 +19,7 @@ bool reset_spine_lengths(const Solve& solve)
     {
         const int slot = spine.slots[i];
         const LimitRecord* limit = limit_of_slot(solve.character, slot);
-        if (limit == nullptr)
-            continue;
+        if (limit == nullptr) continue;
         const Vec4 parent_scale = solve.nodes[solve.parents[slot]].global.s;
         solve.nodes[slot].local.t = stretched_translation(*limit, parent_scale, solve.nodes[slot].local.t, rest);
         any = true;
@@ -44,16 +43,14 @@ void stretch_spine(const Solve& solve, const StretchRequest& request, float scal
         parent_scale = i == 0 ? node.global.s : scale_before;
     }
     const NodeRecord& top = solve.records[chest_slot(solve.character)];
-    for (int k = 0; k < top.childCount; ++k)
-        solve.nodes[top.firstChild + k].local.t *= children_factor;
+    for (int k = 0; k < top.childCount; ++k) solve.nodes[top.firstChild + k].local.t *= children_factor;
 }
 
 }  // namespace
 
 void distribute_over_spine(const Solve& solve, Quat r, float resist)
 {
-    if (x_of(dot3(r, r)) <= kNoTurn)
-        return;
+    if (x_of(dot3(r, r)) <= kNoTurn) return;
     const ChainRecord& spine = solve.character.spine;
     const Vec4 axis = normalize3(r) * sign_one(lanes<3, 3, 3, 3>(r));
     const float half_angle = acos_approx(min_of(x_of(abs4(lanes<3, 3, 3, 3>(r))), 1.0f));
@@ -65,8 +62,7 @@ void distribute_over_spine(const Solve& solve, Quat r, float resist)
         const int slot = spine.slots[k];
         StateNode& node = solve.nodes[slot];
         // The old global rotation takes its own share; the position follows the parent that has just turned.
-        if (k > 0)
-            node.global.t = position(solve, spine.slots[k - 1]) + rotate(global_rotation(solve, spine.slots[k - 1]), node.local.t);
+        if (k > 0) node.global.t = position(solve, spine.slots[k - 1]) + rotate(global_rotation(solve, spine.slots[k - 1]), node.local.t);
         const Quat share = quat_from_axis_half_angle(axis, unit_share * (base + static_cast<float>(k)));
         set_rotation(solve, slot, renormalized(quat_mul(share, node.global.q)));
     }
@@ -89,8 +85,7 @@ void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float r
     const Vec4 target = lerp4(end, chest_end.t, lane<kReachT>(chest_end.weights));
 
     Quat turn = shortest_arc(end - hips, target - hips);
-    if (inputs.chestRotationReach > 0.0f)
-        turn = normalize_quat(partial_quat(turn, 1.0f - 2.0f * inputs.chestRotationReach));
+    if (inputs.chestRotationReach > 0.0f) turn = normalize_quat(partial_quat(turn, 1.0f - 2.0f * inputs.chestRotationReach));
     distribute_over_spine(solve, turn, resist);
 
     const float stretch = value_of(properties, record::SnSReachChestEnd);
@@ -114,16 +109,14 @@ void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float r
     }
 
     const Vec4 reached = current_chest_end(solve, offset);
-    if (turn_node(solve, spine, shortest_arc(reached - hips, target - hips)))
-        update_spine(solve);
+    if (turn_node(solve, spine, shortest_arc(reached - hips, target - hips))) update_spine(solve);
 }
 
 Vec4 stretched_translation(const LimitRecord& limit, Vec4 parent_scale, Vec4 translation, const StretchRequest& request)
 {
     const float rest = length3(parent_scale * limit.reference);
     const float length = length3(translation);
-    if (rest <= kShortestRest || length == 0.0f)
-        return translation;
+    if (rest <= kShortestRest || length == 0.0f) return translation;
     const float ratio = request.factor * length / rest;
     const float lowest = 1.0f - (1.0f - limit.minimumFactor) * request.weight;
     const float room = (limit.maximumFactor - 1.0f) * request.weight;

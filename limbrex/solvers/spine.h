@@ -18,9 +18,9 @@ void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float r
 // A bone that may change its length between two ratios of its rest length.
 struct StretchRequest
 {
-    float factor;      // wanted multiple of the current length
-    float weight;      // how much of the range between the ratios is open
-    bool smooth;       // approach the ends of the range softly
+    float factor;  // wanted multiple of the current length
+    float weight;  // how much of the range between the ratios is open
+    bool smooth;   // approach the ends of the range softly
 };
 // New local translation of a bone with rest vector, ratios as factors of the rest length, and its parent's scale.
 Vec4 stretched_translation(const LimitRecord& limit, Vec4 parent_scale, Vec4 translation, const StretchRequest& request);

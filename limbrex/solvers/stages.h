@@ -6,13 +6,13 @@
 namespace lbx
 {
 
-void prepare_stage(const Solve& solve);            // locals from globals, joint limits, roll snapshot
-void body_stage(const Solve& solve);               // hips, spine and chest
-void limbs_stage(const Solve& solve);              // shoulders, stretch, arms and legs
-void head_stage(const Solve& solve);               // neck and head
-void hips_translation_stage(const Solve& solve);   // the HipsTranslation node
-void roll_stage(const Solve& solve);               // twist joints
-void post_process_stage(const Solve& solve);       // mirror, axis locks
+void prepare_stage(const Solve& solve);           // locals from globals, joint limits, roll snapshot
+void body_stage(const Solve& solve);              // hips, spine and chest
+void limbs_stage(const Solve& solve);             // shoulders, stretch, arms and legs
+void head_stage(const Solve& solve);              // neck and head
+void hips_translation_stage(const Solve& solve);  // the HipsTranslation node
+void roll_stage(const Solve& solve);              // twist joints
+void post_process_stage(const Solve& solve);      // mirror, axis locks
 
 void solve_low_definition(const Solve& solve);
 
