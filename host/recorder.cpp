@@ -114,7 +114,9 @@ bool Recorder::measure_goal(SceneState& scene, SceneGoal& goal, GoalSample& samp
     const SceneUnit& unit = scene.units[goal.unit];
     ScriptHost& script = scene.engine.script;
     const bool in_time = scene.time_s >= goal.from_s && scene.time_s <= goal.to_s;
-    if (!in_time || scene.host_unit(unit) == nullptr) { return true; }
+    // A pin takes its place when its constraint appears, counted or not.
+    const bool wanted = in_time || (goal.pin && !goal.anchored);
+    if (!wanted || scene.host_unit(unit) == nullptr) { return true; }
     std::vector<ScriptValue> results;
     script.call_registered("Limbrex.character_get_constraint_index_from_constraint_id",
                            {script_unit(unit.referenceId), script_value(goal.constraintId)}, results);
@@ -130,6 +132,7 @@ bool Recorder::measure_goal(SceneState& scene, SceneGoal& goal, GoalSample& samp
         goal.target.point_world = {static_cast<double>(reached[0]), static_cast<double>(reached[1]), static_cast<double>(reached[2])};
         goal.anchored = true;
     }
+    if (!in_time) { return true; }
     std::array<double, 3> target{};
     if (!evaluate_place(script, goal.target, scene.time_s, goal.name, target, error)) { return false; }
     sample.target_world = {static_cast<float>(target[0]), static_cast<float>(target[1]), static_cast<float>(target[2])};

@@ -65,7 +65,7 @@ struct GoalRecording
     size_t unit = 0;       // index into Recording::units
     int32_t effector = 0;  // 0 to 43
     int32_t constraintId = 0;
-    bool pin = false;                 // the target is where the effector stood when the goal became active, so distance is drift
+    bool pin = false;                 // the target is where the effector stood in the constraint's first frame, so distance is drift
     std::vector<GoalSample> samples;  // one a frame
 };
 

@@ -28,7 +28,7 @@
 //
 //   scene.marker{position=, name=, color=, size=}                  shown in reports; position may be a function of the time
 //   scene.goal{unit=, effector=, id=, target=, name=, from=, to=}  measured while the constraint of that id is on the stack
-//   scene.pin{unit=, effector=, id=, name=, from=, to=}            the same against where the effector stood when it began
+//   scene.pin{unit=, effector=, id=, name=, from=, to=}            the same against where the effector stood in the constraint's first frame
 //
 // The script's functions start(), update(time, dt) and stop() are called when they exist.
 #pragma once

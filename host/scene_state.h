@@ -76,7 +76,7 @@ struct SceneGoal
     int32_t effector = 0;
     int32_t constraintId = 0;
     bool pin = false;
-    ScenePlace target;                 // of a pin: set when it becomes active
+    ScenePlace target;                 // of a pin: set when its constraint appears
     double from_s = 0.0, to_s = 1e30;  // scene time in which the goal counts
     bool anchored = false;             // a pin that has its target
 };
