@@ -170,15 +170,15 @@ enum
 };
 
 /** First id whose name equals `name` byte for byte; -1 when none does or name is null. */
-LBX_API int LBXGetNodeIdFromName(const char *name);
-LBX_API int LBXGetEffectorIdFromName(const char *name);
+LBX_API int LBXGetNodeIdFromName(const char* name);
+LBX_API int LBXGetEffectorIdFromName(const char* name);
 /** The name of an id, a static string; null outside 0 to 211 (nodes) or 0 to 43 (effectors). */
-LBX_API const char *LBXGetNodeNameFromId(int node);
-LBX_API const char *LBXGetEffectorNameFromId(int effector);
+LBX_API const char* LBXGetNodeNameFromId(int node);
+LBX_API const char* LBXGetEffectorNameFromId(int effector);
 
 /* ==== Memory ===================================================================================================================== */
-typedef void *(*LBXAllocateFunction)(size_t size);
-typedef void (*LBXFreeFunction)(void *block);
+typedef void* (*LBXAllocateFunction)(size_t size);
+typedef void (*LBXFreeFunction)(void* block);
 
 /* ==== Character: one rig ==========================================================================================================
  *
@@ -200,67 +200,67 @@ typedef struct LBXCharacterDefinition
 typedef struct LBXCharacter LBXCharacter;
 
 /** A character whose stance is still identity everywhere. Null when allocation fails or an argument is null. */
-LBX_API LBXCharacter *LBXCharacterCreate(const LBXCharacterDefinition *definition, LBXAllocateFunction allocate);
+LBX_API LBXCharacter* LBXCharacterCreate(const LBXCharacterDefinition* definition, LBXAllocateFunction allocate);
 /** Frees the block; every state made for the character becomes meaningless. Null is allowed. */
-LBX_API void LBXCharacterDestroy(LBXCharacter *character, LBXFreeFunction free_function);
+LBX_API void LBXCharacterDestroy(LBXCharacter* character, LBXFreeFunction free_function);
 /** Bytes of the block. The block may be copied as bytes to any 16-byte aligned address and used there. */
-LBX_API size_t LBXCharacterGetSize(const LBXCharacter *character);
+LBX_API size_t LBXCharacterGetSize(const LBXCharacter* character);
 
 /** The node's place in the stance, global space. t: 3 floats, q: 4, s: 3. An unused node is ignored (its spare entry is written). */
-LBX_API void LBXSetCharacterizeNodeStateTQSfv(LBXCharacter *character, int node, const float *t, const float *q, const float *s);
-LBX_API void LBXSetCharacterizeNodeStateTQSdv(LBXCharacter *character, int node, const double *t, const double *q, const double *s);
+LBX_API void LBXSetCharacterizeNodeStateTQSfv(LBXCharacter* character, int node, const float* t, const float* q, const float* s);
+LBX_API void LBXSetCharacterizeNodeStateTQSdv(LBXCharacter* character, int node, const double* t, const double* q, const double* s);
 /** Reads it back: four floats each. */
-LBX_API void LBXGetCharacterizeNodeStateTQSfv(const LBXCharacter *character, int node, float *t, float *q, float *s);
-LBX_API void LBXGetCharacterizeNodeStateTQSdv(const LBXCharacter *character, int node, double *t, double *q, double *s);
+LBX_API void LBXGetCharacterizeNodeStateTQSfv(const LBXCharacter* character, int node, float* t, float* q, float* s);
+LBX_API void LBXGetCharacterizeNodeStateTQSdv(const LBXCharacter* character, int node, double* t, double* q, double* s);
 /** Derives joint frames, default bounds and limb set-ups from the stance. Once per character. Always true for a character. */
-LBX_API bool LBXCharacterize(LBXCharacter *character);
+LBX_API bool LBXCharacterize(LBXCharacter* character);
 
 /** 0 for an unused node (Reference always at least 1); else 1, 3 with a parent offset, 7 with limits. */
-LBX_API uint32_t LBXGetNodeFlags(const LBXCharacter *character, int node);
+LBX_API uint32_t LBXGetNodeFlags(const LBXCharacter* character, int node);
 /** Template parent in this character; -1 for Reference, unlinked and unused nodes. */
-LBX_API int LBXGetParentNodeId(const LBXCharacter *character, int node);
+LBX_API int LBXGetParentNodeId(const LBXCharacter* character, int node);
 /** Number of children; 1 for Reference; 0 for an unused node. */
-LBX_API int LBXGetChildNodeCount(const LBXCharacter *character, int node);
+LBX_API int LBXGetChildNodeCount(const LBXCharacter* character, int node);
 /** The k-th child; for Reference (k ignored) HipsTranslation when used, else Hips; -1 when there is no such child. */
-LBX_API int LBXGetChildNodeId(const LBXCharacter *character, int node, int k);
+LBX_API int LBXGetChildNodeId(const LBXCharacter* character, int node, int k);
 
 /** The fixed transform between a node's template parent and its parent in the rig: host local = parent offset, then local. May change
  * every frame. Ignored, and outputs not written, for nodes without an entry. */
-LBX_API void LBXSetParentOffsetTQSfv(LBXCharacter *character, int node, const float *t, const float *q, const float *s);
-LBX_API void LBXSetParentOffsetTQSdv(LBXCharacter *character, int node, const double *t, const double *q, const double *s);
-LBX_API void LBXGetParentOffsetTQSfv(const LBXCharacter *character, int node, float *t, float *q, float *s);
-LBX_API void LBXGetParentOffsetTQSdv(const LBXCharacter *character, int node, double *t, double *q, double *s);
+LBX_API void LBXSetParentOffsetTQSfv(LBXCharacter* character, int node, const float* t, const float* q, const float* s);
+LBX_API void LBXSetParentOffsetTQSdv(LBXCharacter* character, int node, const double* t, const double* q, const double* s);
+LBX_API void LBXGetParentOffsetTQSfv(const LBXCharacter* character, int node, float* t, float* q, float* s);
+LBX_API void LBXGetParentOffsetTQSdv(const LBXCharacter* character, int node, double* t, double* q, double* s);
 
 /** Turns a knee or elbow round: mirrored joint frames, bend axis negated. Setting the flag it has does nothing; toggling twice restores
  * every bit. Other limb numbers are ignored (false when read). */
-LBX_API void LBXSetLimbInverted(LBXCharacter *character, int limb, bool inverted);
-LBX_API bool LBXGetLimbInverted(const LBXCharacter *character, int limb);
+LBX_API void LBXSetLimbInverted(LBXCharacter* character, int limb, bool inverted);
+LBX_API bool LBXGetLimbInverted(const LBXCharacter* character, int limb);
 
 /* Joint limits of nodes defined with LBXNodeHasLimits; ignored for others. Angles in radians about the axes of the joint frame
  * (pre-rotation, post-rotation, rotation order). Mask bits 0 to 2: minimum x, y, z active; 3 to 5: maximum x, y, z active. Set them before
  * characterization: it carries the frame into the stance. Rotation-order codes 0 to 12 (0 x first then y, z; 12 twist and swing); an odd code
  * means the even one below it; others are refused. */
-LBX_API void LBXSetNodeLimitsfv(LBXCharacter *character, int node, const float *min3, const float *max3, const float *pre4, const float *post4,
-                                uint32_t mask);
-LBX_API void LBXSetNodeLimitsdv(LBXCharacter *character, int node, const double *min3, const double *max3, const double *pre4,
-                                const double *post4, uint32_t mask);
-LBX_API void LBXSetNodeLimitsMinfv(LBXCharacter *character, int node, const float *min3, uint32_t mask);
-LBX_API void LBXSetNodeLimitsMindv(LBXCharacter *character, int node, const double *min3, uint32_t mask);
-LBX_API void LBXSetNodeLimitsMaxfv(LBXCharacter *character, int node, const float *max3, uint32_t mask);
-LBX_API void LBXSetNodeLimitsMaxdv(LBXCharacter *character, int node, const double *max3, uint32_t mask);
-LBX_API void LBXSetNodeLimitsPreRotationfv(LBXCharacter *character, int node, const float *q4);
-LBX_API void LBXSetNodeLimitsPreRotationdv(LBXCharacter *character, int node, const double *q4);
-LBX_API void LBXSetNodeLimitsPostRotationfv(LBXCharacter *character, int node, const float *q4);
-LBX_API void LBXSetNodeLimitsPostRotationdv(LBXCharacter *character, int node, const double *q4);
-LBX_API void LBXSetNodeRotationOrder(LBXCharacter *character, int node, int code);
+LBX_API void LBXSetNodeLimitsfv(LBXCharacter* character, int node, const float* min3, const float* max3, const float* pre4,
+                                const float* post4, uint32_t mask);
+LBX_API void LBXSetNodeLimitsdv(LBXCharacter* character, int node, const double* min3, const double* max3, const double* pre4,
+                                const double* post4, uint32_t mask);
+LBX_API void LBXSetNodeLimitsMinfv(LBXCharacter* character, int node, const float* min3, uint32_t mask);
+LBX_API void LBXSetNodeLimitsMindv(LBXCharacter* character, int node, const double* min3, uint32_t mask);
+LBX_API void LBXSetNodeLimitsMaxfv(LBXCharacter* character, int node, const float* max3, uint32_t mask);
+LBX_API void LBXSetNodeLimitsMaxdv(LBXCharacter* character, int node, const double* max3, uint32_t mask);
+LBX_API void LBXSetNodeLimitsPreRotationfv(LBXCharacter* character, int node, const float* q4);
+LBX_API void LBXSetNodeLimitsPreRotationdv(LBXCharacter* character, int node, const double* q4);
+LBX_API void LBXSetNodeLimitsPostRotationfv(LBXCharacter* character, int node, const float* q4);
+LBX_API void LBXSetNodeLimitsPostRotationdv(LBXCharacter* character, int node, const double* q4);
+LBX_API void LBXSetNodeRotationOrder(LBXCharacter* character, int node, int code);
 /** Holds the length of the node's local translation between the two factors times its length in the stance. */
-LBX_API void LBXSetNodeTranslationLimit(LBXCharacter *character, int node, float minFactor, float maxFactor, bool on);
+LBX_API void LBXSetNodeTranslationLimit(LBXCharacter* character, int node, float minFactor, float maxFactor, bool on);
 /** Reads limits back as they were set (the stance taken off again). Outputs are four floats; the activity bits are OR-ed into *mask. Any
  * output may be null. Nothing is written for a node without limits. */
-LBX_API void LBXGetNodeLimits(const LBXCharacter *character, int node, float *min3, float *max3, float *pre4, float *post4, uint32_t *mask,
-                              int *order);
-LBX_API void LBXGetNodeLimitsdv(const LBXCharacter *character, int node, double *min3, double *max3, double *pre4, double *post4,
-                                uint32_t *mask, int *order);
+LBX_API void LBXGetNodeLimits(const LBXCharacter* character, int node, float* min3, float* max3, float* pre4, float* post4, uint32_t* mask,
+                              int* order);
+LBX_API void LBXGetNodeLimitsdv(const LBXCharacter* character, int node, double* min3, double* max3, double* pre4, double* post4,
+                                uint32_t* mask, int* order);
 
 /* ==== State: one pose of one character ============================================================================================ */
 typedef struct LBXCharacterState LBXCharacterState;
@@ -268,9 +268,9 @@ typedef struct LBXCharacterState LBXCharacterState;
 /** How bulk operations find transforms in the caller's array of records. */
 typedef struct LBXDataDescription
 {
-    int32_t space;                         /* 0 global, 1 local: relative to the rig's parent joint, parent offsets included */
+    int32_t space;                              /* 0 global, 1 local: relative to the rig's parent joint, parent offsets included */
     uint32_t offsetT, offsetQ, offsetS, stride; /* bytes */
-    const int32_t *nodeIds;                /* one a record, see below; null: one record a used node */
+    const int32_t* nodeIds;                     /* one a record, see below; null: one record a used node */
 } LBXDataDescription;
 /* Lists: -2 ends a list; -1, like every id outside 0 to 211, skips its record; a node that the rig lacks reads and writes the spare entry of
  * the state; of a node listed twice the last record counts. Without a list the records are as many as there are used nodes (Reference first when
@@ -278,47 +278,47 @@ typedef struct LBXDataDescription
  * order of LBXGetChildNodeId. Offsets need no alignment. Setters read three floats at offsetT and offsetS and four at offsetQ; the getter writes
  * four at each. A space other than 0 and 1 does nothing. */
 
-LBX_API LBXCharacterState *LBXCharacterStateCreate(const LBXCharacter *character, LBXAllocateFunction allocate);
+LBX_API LBXCharacterState* LBXCharacterStateCreate(const LBXCharacter* character, LBXAllocateFunction allocate);
 /** Builds a state in caller memory of LBXCharacterStateGetSize bytes; null, nothing written, when memory is null or not 16-byte aligned. */
-LBX_API LBXCharacterState *LBXCharacterStateInit(const LBXCharacter *character, void *memory);
-LBX_API void LBXCharacterStateDestroy(LBXCharacterState *state, LBXFreeFunction free_function);
-LBX_API size_t LBXCharacterStateGetSize(const LBXCharacter *character);
-LBX_API size_t LBXCharacterStateGetSizeFromDefinition(const LBXCharacterDefinition *definition);
-LBX_API size_t LBXCharacterStateGetSizeFromState(const LBXCharacterState *state);
+LBX_API LBXCharacterState* LBXCharacterStateInit(const LBXCharacter* character, void* memory);
+LBX_API void LBXCharacterStateDestroy(LBXCharacterState* state, LBXFreeFunction free_function);
+LBX_API size_t LBXCharacterStateGetSize(const LBXCharacter* character);
+LBX_API size_t LBXCharacterStateGetSizeFromDefinition(const LBXCharacterDefinition* definition);
+LBX_API size_t LBXCharacterStateGetSizeFromState(const LBXCharacterState* state);
 
 /** One node's global transform. Outputs are four floats. An unused node reads and writes a spare entry that no node uses. */
-LBX_API void LBXGetNodeStateTQSfv(const LBXCharacter *character, const LBXCharacterState *state, int node, float *t, float *q, float *s);
-LBX_API void LBXGetNodeStateTQSdv(const LBXCharacter *character, const LBXCharacterState *state, int node, double *t, double *q, double *s);
-LBX_API void LBXGetNodeStateTQfv(const LBXCharacter *character, const LBXCharacterState *state, int node, float *t, float *q);
-LBX_API void LBXGetNodeStateTQdv(const LBXCharacter *character, const LBXCharacterState *state, int node, double *t, double *q);
-LBX_API void LBXSetNodeStateTQSfv(const LBXCharacter *character, LBXCharacterState *state, int node, const float *t, const float *q,
-                                  const float *s);
-LBX_API void LBXSetNodeStateTQSdv(const LBXCharacter *character, LBXCharacterState *state, int node, const double *t, const double *q,
-                                  const double *s);
+LBX_API void LBXGetNodeStateTQSfv(const LBXCharacter* character, const LBXCharacterState* state, int node, float* t, float* q, float* s);
+LBX_API void LBXGetNodeStateTQSdv(const LBXCharacter* character, const LBXCharacterState* state, int node, double* t, double* q, double* s);
+LBX_API void LBXGetNodeStateTQfv(const LBXCharacter* character, const LBXCharacterState* state, int node, float* t, float* q);
+LBX_API void LBXGetNodeStateTQdv(const LBXCharacter* character, const LBXCharacterState* state, int node, double* t, double* q);
+LBX_API void LBXSetNodeStateTQSfv(const LBXCharacter* character, LBXCharacterState* state, int node, const float* t, const float* q,
+                                  const float* s);
+LBX_API void LBXSetNodeStateTQSdv(const LBXCharacter* character, LBXCharacterState* state, int node, const double* t, const double* q,
+                                  const double* s);
 /** As above with scale one. */
-LBX_API void LBXSetNodeStateTQfv(const LBXCharacter *character, LBXCharacterState *state, int node, const float *t, const float *q);
-LBX_API void LBXSetNodeStateTQdv(const LBXCharacter *character, LBXCharacterState *state, int node, const double *t, const double *q);
+LBX_API void LBXSetNodeStateTQfv(const LBXCharacter* character, LBXCharacterState* state, int node, const float* t, const float* q);
+LBX_API void LBXSetNodeStateTQdv(const LBXCharacter* character, LBXCharacterState* state, int node, const double* t, const double* q);
 /** The same into or out of one buffer of floats at byte offsets (only offsetT, offsetQ and offsetS of the description are read). */
-LBX_API void LBXGetNodeStateTQSBuffer(const LBXCharacter *character, const LBXCharacterState *state, int node,
-                                      const LBXDataDescription *description, void *buffer);
-LBX_API void LBXSetNodeStateTQSBuffer(const LBXCharacter *character, LBXCharacterState *state, int node,
-                                      const LBXDataDescription *description, const void *buffer);
+LBX_API void LBXGetNodeStateTQSBuffer(const LBXCharacter* character, const LBXCharacterState* state, int node,
+                                      const LBXDataDescription* description, void* buffer);
+LBX_API void LBXSetNodeStateTQSBuffer(const LBXCharacter* character, LBXCharacterState* state, int node,
+                                      const LBXDataDescription* description, const void* buffer);
 
 /** All listed nodes at once. Local space goes through the parent offsets; afterwards every node's global and local agree, listed or not. */
-LBX_API void LBXSetCharacterStateTransformTQS(const LBXCharacter *character, LBXCharacterState *state, const LBXDataDescription *description,
-                                              const void *buffer);
-LBX_API void LBXSetCharacterStateTransformTQ(const LBXCharacter *character, LBXCharacterState *state, const LBXDataDescription *description,
-                                             const void *buffer);
+LBX_API void LBXSetCharacterStateTransformTQS(const LBXCharacter* character, LBXCharacterState* state,
+                                              const LBXDataDescription* description, const void* buffer);
+LBX_API void LBXSetCharacterStateTransformTQ(const LBXCharacter* character, LBXCharacterState* state, const LBXDataDescription* description,
+                                             const void* buffer);
 /** From one 4 x 4 row-major matrix a record at offsetT: rows 0 to 2 the axes (their lengths the scale), row 3 the translation. */
-LBX_API void LBXSetCharacterStateTransformMatrix(const LBXCharacter *character, LBXCharacterState *state,
-                                                 const LBXDataDescription *description, const void *buffer);
+LBX_API void LBXSetCharacterStateTransformMatrix(const LBXCharacter* character, LBXCharacterState* state,
+                                                 const LBXDataDescription* description, const void* buffer);
 /** Reads all listed nodes; T, Q and S are four floats each in the record. The state's cache of locals may be refreshed, its pose is not changed. */
-LBX_API void LBXGetCharacterStateTransformTQS(const LBXCharacter *character, LBXCharacterState *state, const LBXDataDescription *description,
-                                              void *buffer);
+LBX_API void LBXGetCharacterStateTransformTQS(const LBXCharacter* character, LBXCharacterState* state,
+                                              const LBXDataDescription* description, void* buffer);
 /** Copies the pose; both states must belong to the same character (nothing happens when their sizes differ). */
-LBX_API void LBXCharacterStateCopy(LBXCharacterState *destination, const LBXCharacterState *source);
+LBX_API void LBXCharacterStateCopy(LBXCharacterState* destination, const LBXCharacterState* source);
 /** Writes the stance into a state. */
-LBX_API void LBXGetCharacterizeState(const LBXCharacter *character, LBXCharacterState *state);
+LBX_API void LBXGetCharacterizeState(const LBXCharacter* character, LBXCharacterState* state);
 
 /* ==== Properties: solver options ================================================================================================== */
 typedef struct LBXPropertySet LBXPropertySet;
@@ -580,30 +580,30 @@ enum
     LBXLastPropertyId = 252 /* the count */
 };
 
-LBX_API LBXPropertySet *LBXPropertySetCreate(LBXAllocateFunction allocate);
+LBX_API LBXPropertySet* LBXPropertySetCreate(LBXAllocateFunction allocate);
 /** Every property back to its default; returns the set (null stays null). */
-LBX_API LBXPropertySet *LBXPropertySetInit(LBXPropertySet *set);
-LBX_API void LBXPropertySetDestroy(LBXPropertySet *set, LBXFreeFunction free_function);
+LBX_API LBXPropertySet* LBXPropertySetInit(LBXPropertySet* set);
+LBX_API void LBXPropertySetDestroy(LBXPropertySet* set, LBXFreeFunction free_function);
 LBX_API size_t LBXPropertySetGetSize(void);
 /** Stores a mode as given; ids outside 0 to 251 are ignored. */
-LBX_API void LBXPropertySetMode(LBXPropertySet *set, int id, int mode);
+LBX_API void LBXPropertySetMode(LBXPropertySet* set, int id, int mode);
 /** Stores a value; fractions (value kind 1) are clamped to 0..1, NaN becoming 0. Ids outside 0 to 251 are ignored. */
-LBX_API void LBXPropertySetValue(LBXPropertySet *set, int id, float value);
+LBX_API void LBXPropertySetValue(LBXPropertySet* set, int id, float value);
 /** Neutral answers outside 0 to 251: 0, 0.0, false, null, default mode -1. */
-LBX_API int LBXPropertyGetMode(const LBXPropertySet *set, int id);
-LBX_API float LBXPropertyGetValue(const LBXPropertySet *set, int id);
-LBX_API bool LBXPropertyIsEnabled(const LBXPropertySet *set, int id);
-LBX_API bool LBXPropertyIsAuto(const LBXPropertySet *set, int id);
-LBX_API int LBXPropertyGetIdFromName(const char *name);
-LBX_API const char *LBXPropertyGetNameFromId(int id);
+LBX_API int LBXPropertyGetMode(const LBXPropertySet* set, int id);
+LBX_API float LBXPropertyGetValue(const LBXPropertySet* set, int id);
+LBX_API bool LBXPropertyIsEnabled(const LBXPropertySet* set, int id);
+LBX_API bool LBXPropertyIsAuto(const LBXPropertySet* set, int id);
+LBX_API int LBXPropertyGetIdFromName(const char* name);
+LBX_API const char* LBXPropertyGetNameFromId(int id);
 LBX_API float LBXPropertyGetMin(int id);
 LBX_API float LBXPropertyGetMax(int id);
 LBX_API int LBXPropertyGetDefaultMode(int id);
 LBX_API int LBXPropertyGetModeKind(int id);
 LBX_API int LBXPropertyGetValueKind(int id);
 LBX_API bool LBXPropertyGetDescriptionFlag(int id);
-LBX_API const char *LBXPropertyGetModeName(int id, int mode);
-LBX_API const char *LBXPropertyGetValueName(int id, int value);
+LBX_API const char* LBXPropertyGetModeName(int id, int mode);
+LBX_API const char* LBXPropertyGetValueName(int id, int value);
 
 /* ==== Effector set: the goals of one solve ======================================================================================== */
 typedef struct LBXEffectorSet LBXEffectorSet;
@@ -636,64 +636,65 @@ enum
     LBXSolvingStepAllButStretch = 0x21FFFF
 };
 
-LBX_API LBXEffectorSet *LBXEffectorSetCreate(LBXAllocateFunction allocate);
+LBX_API LBXEffectorSet* LBXEffectorSetCreate(LBXAllocateFunction allocate);
 /** Targets at the origin, all weights 0, all solving steps on; returns the set (null stays null). */
-LBX_API LBXEffectorSet *LBXEffectorSetInit(LBXEffectorSet *set);
-LBX_API void LBXEffectorSetDestroy(LBXEffectorSet *set, LBXFreeFunction free_function);
+LBX_API LBXEffectorSet* LBXEffectorSetInit(LBXEffectorSet* set);
+LBX_API void LBXEffectorSetDestroy(LBXEffectorSet* set, LBXFreeFunction free_function);
 LBX_API size_t LBXEffectorSetGetSize(void);
 /** Places every effector on the pose. Weights are not touched. */
-LBX_API void LBXEffectorSetFromState(const LBXCharacter *character, LBXEffectorSet *set, const LBXCharacterState *state,
-                                     const LBXPropertySet *properties);
+LBX_API void LBXEffectorSetFromState(const LBXCharacter* character, LBXEffectorSet* set, const LBXCharacterState* state,
+                                     const LBXPropertySet* properties);
 
 /** Targets: global translation; rotation relative to the stance of the node the effector stands on (identity = turned as in the stance). Ids
  * outside 0 to 43 write nothing. */
-LBX_API void LBXGetEffectorStateTQSfv(const LBXEffectorSet *set, int effector, float *t, float *q, float *s);
-LBX_API void LBXGetEffectorStateTQSdv(const LBXEffectorSet *set, int effector, double *t, double *q, double *s);
-LBX_API void LBXGetEffectorStateTQfv(const LBXEffectorSet *set, int effector, float *t, float *q);
-LBX_API void LBXSetEffectorStateTQSfv(LBXEffectorSet *set, int effector, const float *t, const float *q, const float *s);
-LBX_API void LBXSetEffectorStateTQSdv(LBXEffectorSet *set, int effector, const double *t, const double *q, const double *s);
+LBX_API void LBXGetEffectorStateTQSfv(const LBXEffectorSet* set, int effector, float* t, float* q, float* s);
+LBX_API void LBXGetEffectorStateTQSdv(const LBXEffectorSet* set, int effector, double* t, double* q, double* s);
+LBX_API void LBXGetEffectorStateTQfv(const LBXEffectorSet* set, int effector, float* t, float* q);
+LBX_API void LBXSetEffectorStateTQSfv(LBXEffectorSet* set, int effector, const float* t, const float* q, const float* s);
+LBX_API void LBXSetEffectorStateTQSdv(LBXEffectorSet* set, int effector, const double* t, const double* q, const double* s);
 /** Weights, 0 to 1; values outside are clamped and NaN is stored as 0. Ids outside 0 to 43 are ignored, and read as 0. */
-LBX_API void LBXSetEffectorReachT(LBXEffectorSet *set, int effector, float weight);
-LBX_API void LBXSetEffectorReachR(LBXEffectorSet *set, int effector, float weight);
-LBX_API void LBXSetEffectorPull(LBXEffectorSet *set, int effector, float weight);
-LBX_API void LBXSetEffectorResist(LBXEffectorSet *set, int effector, float weight);
-LBX_API float LBXGetEffectorReachT(const LBXEffectorSet *set, int effector);
-LBX_API float LBXGetEffectorReachR(const LBXEffectorSet *set, int effector);
-LBX_API float LBXGetEffectorPull(const LBXEffectorSet *set, int effector);
-LBX_API float LBXGetEffectorResist(const LBXEffectorSet *set, int effector);
+LBX_API void LBXSetEffectorReachT(LBXEffectorSet* set, int effector, float weight);
+LBX_API void LBXSetEffectorReachR(LBXEffectorSet* set, int effector, float weight);
+LBX_API void LBXSetEffectorPull(LBXEffectorSet* set, int effector, float weight);
+LBX_API void LBXSetEffectorResist(LBXEffectorSet* set, int effector, float weight);
+LBX_API float LBXGetEffectorReachT(const LBXEffectorSet* set, int effector);
+LBX_API float LBXGetEffectorReachR(const LBXEffectorSet* set, int effector);
+LBX_API float LBXGetEffectorPull(const LBXEffectorSet* set, int effector);
+LBX_API float LBXGetEffectorResist(const LBXEffectorSet* set, int effector);
 
 typedef struct LBXEffectorDataDescription
 {
     uint32_t offsetT, offsetQ, offsetS, offsetWeights, stride; /* bytes; weights: reach T, reach R, pull, resist */
-    const int32_t *effectorIds;                                /* -1 skips a record, -2 ends; null: effectors 0 to 43 */
+    const int32_t* effectorIds;                                /* -1 skips a record, -2 ends; null: effectors 0 to 43 */
 } LBXEffectorDataDescription;
-LBX_API void LBXGetEffectorSetTransformTQS(const LBXEffectorSet *set, const LBXEffectorDataDescription *description, void *buffer);
+LBX_API void LBXGetEffectorSetTransformTQS(const LBXEffectorSet* set, const LBXEffectorDataDescription* description, void* buffer);
 /** One effector's T, Q and S into or out of a buffer at the description's byte offsets. */
-LBX_API void LBXGetEffectorStateTQSBuffer(const LBXEffectorSet *set, int effector, const LBXEffectorDataDescription *description, void *buffer);
-LBX_API void LBXSetEffectorStateTQSBuffer(LBXEffectorSet *set, int effector, const LBXEffectorDataDescription *description,
-                                          const void *buffer);
+LBX_API void LBXGetEffectorStateTQSBuffer(const LBXEffectorSet* set, int effector, const LBXEffectorDataDescription* description,
+                                          void* buffer);
+LBX_API void LBXSetEffectorStateTQSBuffer(LBXEffectorSet* set, int effector, const LBXEffectorDataDescription* description,
+                                          const void* buffer);
 
 /** Floor planes: contact 0 left hand, 1 right hand, 2 left foot, 3 right foot; the plane's up axis is the y axis of q. Others are ignored. */
-LBX_API void LBXSetEffectorFloorContactTQfv(LBXEffectorSet *set, int contact, const float *t, const float *q);
-LBX_API void LBXGetEffectorFloorContactTQfv(const LBXEffectorSet *set, int contact, float *t, float *q);
+LBX_API void LBXSetEffectorFloorContactTQfv(LBXEffectorSet* set, int contact, const float* t, const float* q);
+LBX_API void LBXGetEffectorFloorContactTQfv(const LBXEffectorSet* set, int contact, float* t, float* q);
 /** 16 floats, row-major: rows 0 to 2 the plane's axes times its scale, row 3 the translation. */
-LBX_API void LBXGetEffectorFloorContactMatrixfv(const LBXEffectorSet *set, int contact, float *m16);
+LBX_API void LBXGetEffectorFloorContactMatrixfv(const LBXEffectorSet* set, int contact, float* m16);
 
-LBX_API void LBXSetEffectorSetSolvingStep(LBXEffectorSet *set, uint32_t mask);
-LBX_API uint32_t LBXGetEffectorSetSolvingStep(const LBXEffectorSet *set);
+LBX_API void LBXSetEffectorSetSolvingStep(LBXEffectorSet* set, uint32_t mask);
+LBX_API uint32_t LBXGetEffectorSetSolvingStep(const LBXEffectorSet* set);
 /** How much a hand may move the hips: selector 1 the left hand, any other the right hand. Clamped to 0..1. */
-LBX_API void LBXSetEffectorSetBodyPull(LBXEffectorSet *set, int selector, float weight);
-LBX_API float LBXGetEffectorSetBodyPull(const LBXEffectorSet *set, int selector);
+LBX_API void LBXSetEffectorSetBodyPull(LBXEffectorSet* set, int selector, float weight);
+LBX_API float LBXGetEffectorSetBodyPull(const LBXEffectorSet* set, int selector);
 
 /* ==== Solving ===================================================================================================================== */
 
 /** Moves the pose in `state` toward the goals of `set`. Cannot fail; any null argument makes it do nothing. Under the Mirror property the
  * set's targets and weights are left mirrored. The low-definition variant is a few times cheaper: hips, spine, limbs and head without body
  * rotation by pull, joint limits, fingers or rolls. */
-LBX_API void LBXSolveForEffectorSet(const LBXCharacter *character, LBXCharacterState *state, LBXEffectorSet *set,
-                                    const LBXPropertySet *properties);
-LBX_API void LBXSolveForEffectorSetLowDefinition(const LBXCharacter *character, LBXCharacterState *state, LBXEffectorSet *set,
-                                                 const LBXPropertySet *properties);
+LBX_API void LBXSolveForEffectorSet(const LBXCharacter* character, LBXCharacterState* state, LBXEffectorSet* set,
+                                    const LBXPropertySet* properties);
+LBX_API void LBXSolveForEffectorSetLowDefinition(const LBXCharacter* character, LBXCharacterState* state, LBXEffectorSet* set,
+                                                 const LBXPropertySet* properties);
 
 #ifdef __cplusplus
 }

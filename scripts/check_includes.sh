@@ -18,7 +18,8 @@ plugin/            debug/ contexts/ constraints/ resources/ limbrex/math/ limbre
 host/              limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
 tools/             host/ resources/compiled_character.h limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
 bench/             tools/ host/ resources/compiled_character.h limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
-tests/limbrex/     tests/support/ limbrex/math/ limbrex/limbrex.h limbrex/limbrex_debug.h
+tests/limbrex/     tests/support/ limbrex/math/ limbrex/solvers/ limbrex/limbrex.h limbrex/limbrex_debug.h
+tests/plugin/      tests/support/ host/ contexts/ constraints/ debug/ resources/ limbrex/math/ limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
 tests/             tools/ host/ limbrex/math/ resources/compiled_character.h limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
 TABLE
 
