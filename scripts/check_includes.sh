@@ -17,7 +17,7 @@ debug/             contexts/ constraints/ resources/ limbrex/math/ limbrex/limbr
 plugin/            debug/ contexts/ constraints/ resources/ limbrex/math/ limbrex/limbrex.h
 host/              limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
 tools/             host/ resources/compiled_character.h limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
-bench/             tools/ host/ resources/compiled_character.h limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
+bench/             tests/support/ tools/ host/ resources/compiled_character.h limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
 tests/limbrex/     tests/support/ limbrex/math/ limbrex/solvers/ limbrex/limbrex.h limbrex/limbrex_debug.h
 tests/plugin/      tests/support/ host/ contexts/ constraints/ debug/ resources/ limbrex/math/ limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
 tests/             tools/ host/ limbrex/math/ resources/compiled_character.h limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
