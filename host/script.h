@@ -91,8 +91,4 @@ private:
     std::set<std::string> warned;
 };
 
-// Makes `argument` of the script's stack a plain value. Raises nothing but memory errors.
-void read_script_value(lua_State* lua, int argument, ScriptValue& value);
-void push_script_value(lua_State* lua, const ScriptValue& value);
-
 }  // namespace limbrex_host
