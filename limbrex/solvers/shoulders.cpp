@@ -21,7 +21,7 @@ constexpr ShoulderRow kShoulders[] = {
 
 constexpr float kLargestFollow = 0.5235988f;  // radians: a collar follows its arm by 30 degrees at most
 constexpr float kNoticed = 1e-3f;             // radians: an arm that turned less than this has not called for its collar
-constexpr int kFitSteps = 8;
+constexpr int kFitSteps = 6;
 
 // 1 for an arm that turned by up to a quarter turn, falling to 0 at half a turn, where the way round is anybody's guess.
 float trust_in_turn(float angle)
@@ -99,27 +99,29 @@ Vec4 arm_goal(const Solve& solve, const ShoulderRow& row)
     return lerp4(position(solve, end), solve.effectors.targets[effector].t, weight_of<kReachT>(solve.effectors, effector));
 }
 
-// The largest part of a collar's turn that leaves the goal within the arm: at most the whole, found by halving, continuous in everything.
-float part_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 axis, float angle)
+// A collar's turn (axis times angle) without what would carry the arm's root so far from the goal that the arm, which has bridged the distance,
+// no longer does. Each step takes off the part along the lever that moves the root away, so the result follows its inputs without a jump.
+Vec4 turn_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 turn)
 {
     const LimbRecord& limb = solve.character.limbs[row.limb];
     const Vec4 centre = position(solve, slot_of(solve, row.node));
-    const Vec4 to_arm = position(solve, slot_of(solve, row.arm)) - centre;
-    const Vec4 goal = arm_goal(solve, row);
+    const Vec4 root = position(solve, slot_of(solve, row.arm));
     const Vec4 middle = position(solve, limb.slots[kLimbMiddle]);
-    const float length = distance3(middle, centre + to_arm) + distance3(position(solve, limb.slots[kLimbEnd]), middle);
-    const float bridged = max_of(length * 0.9999f, distance3(goal, centre + to_arm));
-    const auto reaches = [&](float part)
-    { return distance3(goal, centre + rotate(quat_from_axis_angle(axis, angle * part), to_arm)) <= bridged; };
-    if (reaches(1.0f)) return 1.0f;
-    float inside = 0.0f;
-    float outside = 1.0f;
+    const Vec4 goal = arm_goal(solve, row);
+    const float length = distance3(middle, root) + distance3(position(solve, limb.slots[kLimbEnd]), middle);
+    const float bridged = max_of(length * 0.9999f, distance3(goal, root));
     for (int i = 0; i < kFitSteps; ++i)
     {
-        const float part = 0.5f * (inside + outside);
-        (reaches(part) ? inside : outside) = part;
+        const Vec4 to_root = rotate(quat_from_axis_angle(normalize3(turn), length3(turn)), root - centre);
+        const Vec4 from_goal = centre + to_root - goal;
+        const float beyond = length3(from_goal) - bridged;
+        const Vec4 lever = cross3(to_root, normalize3(from_goal));
+        const float square = length_squared3(lever);
+        if (beyond <= 0.0f || square <= 0.0f) break;
+        const float step = min_of(beyond / square, length3(turn) / sqrt_scalar(square));
+        turn -= lever * step;
     }
-    return inside;
+    return turn;
 }
 
 }  // namespace
@@ -176,8 +178,8 @@ bool correct_shoulder(const Solve& solve, ShoulderSide side, Vec4 recorded_direc
     const Vec4 axis = normalize3(facing);
     const float angle = min_of(max_of(whole - kNoticed, 0.0f) * weight, kLargestFollow) * trust_in_turn(whole);
     if (angle <= 0.0f) return false;
-    const float part = part_within_reach(solve, row, axis, angle);
-    turn_collar(solve, row, quat_from_axis_angle(axis, angle * part), collar_stiffness(solve.properties));
+    const Vec4 turn = turn_within_reach(solve, row, axis * angle);
+    turn_collar(solve, row, quat_from_axis_angle(normalize3(turn), length3(turn)), collar_stiffness(solve.properties));
     update_descendants(solve, slot_of(solve, row.node));
     if (solve.mask & kLimbs[static_cast<size_t>(row.limb)].solveBit) solve_limb(solve, row.limb, true);
     return true;
