@@ -239,7 +239,7 @@ LBX_API bool LBXGetLimbInverted(const LBXCharacter* character, int limb);
 /* Joint limits of nodes defined with LBXNodeHasLimits; ignored for others. Angles in radians about the axes of the joint frame
  * (pre-rotation, post-rotation, rotation order). Mask bits 0 to 2: minimum x, y, z active; 3 to 5: maximum x, y, z active. Set them before
  * characterization: it carries the frame into the stance. Rotation-order codes 0 to 12 (0 x first then y, z; 12 twist and swing); an odd code
- * means the even one below it; others are refused. */
+ * means the even one below it; others are refused. A null array leaves its part of the record as it is. */
 LBX_API void LBXSetNodeLimitsfv(LBXCharacter* character, int node, const float* min3, const float* max3, const float* pre4,
                                 const float* post4, uint32_t mask);
 LBX_API void LBXSetNodeLimitsdv(LBXCharacter* character, int node, const double* min3, const double* max3, const double* pre4,

@@ -28,15 +28,15 @@ struct NodeRecord
     int32_t firstChild;    // slot; children are firstChild .. firstChild + childCount - 1
     int32_t childCount;
     int32_t slot;
-    int32_t node;          // node id
-    int32_t rollSegment;   // 1 when twist joints hang on this joint's bone
+    int32_t node;         // node id
+    int32_t rollSegment;  // 1 when twist joints hang on this joint's bone
 };
 
 struct LimitRecord
 {
-    JointFrame joint;          // carried into the stance by characterization
-    Vec4 reference;            // offset from the parent in the stance
-    float minimumFactor;       // of the reference length, for the translation limit
+    JointFrame joint;     // carried into the stance by characterization
+    Vec4 reference;       // offset from the parent in the stance
+    float minimumFactor;  // of the reference length, for the translation limit
     float maximumFactor;
     uint32_t translationOn;
     uint32_t unused;
@@ -61,17 +61,17 @@ struct LimbRecord
     int32_t slots[kLimbSlotCount];  // -1 where the rig has no such node
     int32_t middleParent;           // slot of the middle joint's parent: the upper joint, or its roll node
     int32_t endParent;
-    int32_t upperRoll, lowerRoll;   // 1 when the segment carries twist joints
+    int32_t upperRoll, lowerRoll;  // 1 when the segment carries twist joints
     int32_t inverted;
-    Vec4 bendAxis;                  // unit, stored frame of middleParent
-    Quat plainPre[2];               // pre-rotations of upper and middle joint as characterized, put back when the inversion ends
+    Vec4 bendAxis;     // unit, stored frame of middleParent
+    Quat plainPre[2];  // pre-rotations of upper and middle joint as characterized, put back when the inversion ends
     bool complete() const { return slots[kLimbUpper] >= 0 && slots[kLimbMiddle] >= 0 && slots[kLimbEnd] >= 0; }
 };
 
 // A chain of slots, bottom first.
 struct ChainRecord
 {
-    int32_t count;       // used nodes before the first gap; 0 when the first is absent
+    int32_t count;  // used nodes before the first gap; 0 when the first is absent
     int32_t slots[10];
 };
 
@@ -79,21 +79,21 @@ struct ChainRecord
 
 struct alignas(16) LBXCharacter
 {
-    uint32_t slotCount;          // N, Reference included
+    uint32_t slotCount;  // N, Reference included
     uint32_t byteSize;
     uint32_t parentOffsetCount;
     uint32_t limitCount;
     uint32_t characterized;
     uint32_t characterizationOffset, nodeOffset, parentOffsetOffset, limitOffset;  // bytes from the start of the block to element 0
-    uint32_t parentsOffset;      // int32 per slot: parent slot
-    uint32_t orderOffset;        // int32 per slot: all slots depth first, parents before children
-    uint32_t placeOffset;        // int32 per slot: place in that order
-    uint32_t subtreeOffset;      // int32 per slot: nodes in its subtree, itself included
-    uint32_t limitedOffset;      // int32 per limit record: slots with limits, in depth-first order
+    uint32_t parentsOffset;                                                        // int32 per slot: parent slot
+    uint32_t orderOffset;    // int32 per slot: all slots depth first, parents before children
+    uint32_t placeOffset;    // int32 per slot: place in that order
+    uint32_t subtreeOffset;  // int32 per slot: nodes in its subtree, itself included
+    uint32_t limitedOffset;  // int32 per limit record: slots with limits, in depth-first order
     uint32_t unused[2];
     int32_t slotOfNode[lbx::kNodeCount];
-    lbx::ChainRecord spine;      // Spine ... chest
-    lbx::ChainRecord neck;       // Neck ... last neck node
+    lbx::ChainRecord spine;                                             // Spine ... chest
+    lbx::ChainRecord neck;                                              // Neck ... last neck node
     int32_t fingerJointCount[lbx::kExtremityCount][lbx::kFingerCount];  // joints before the first gap
     lbx::LimbRecord limbs[lbx::kLimbCount];
 };
@@ -118,7 +118,10 @@ inline bool has_node(const LBXCharacter& c, int node) { return slot_of(c, node) 
 // Indexed by slot, -1 the spare.
 inline const NodeRecord* node_records(const LBXCharacter& c) { return block_array<NodeRecord>(c, c.nodeOffset); }
 inline NodeRecord* node_records(LBXCharacter& c) { return block_array<NodeRecord>(c, c.nodeOffset); }
-inline const CharacterizationEntry* stances(const LBXCharacter& c) { return block_array<CharacterizationEntry>(c, c.characterizationOffset); }
+inline const CharacterizationEntry* stances(const LBXCharacter& c)
+{
+    return block_array<CharacterizationEntry>(c, c.characterizationOffset);
+}
 inline CharacterizationEntry* stances(LBXCharacter& c) { return block_array<CharacterizationEntry>(c, c.characterizationOffset); }
 inline const int32_t* parents(const LBXCharacter& c) { return block_array<int32_t>(c, c.parentsOffset); }
 inline const int32_t* depth_first(const LBXCharacter& c) { return block_array<int32_t>(c, c.orderOffset); }

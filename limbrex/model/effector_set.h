@@ -21,14 +21,14 @@ inline constexpr int kRollSnapshotCount = 56;  // 8 segment rows, then 6 levels 
 
 struct alignas(16) LBXEffectorSet
 {
-    lbx::Tqs targets[lbx::kEffectorCount];       // rotation relative to the stance of the effector's node
-    lbx::Vec4 weights[lbx::kEffectorCount];      // reach T, reach R, pull, resist
+    lbx::Tqs targets[lbx::kEffectorCount];   // rotation relative to the stance of the effector's node
+    lbx::Vec4 weights[lbx::kEffectorCount];  // reach T, reach R, pull, resist
     lbx::Tqs floorContacts[lbx::kExtremityCount];
     lbx::Vec4 rollSnapshot[lbx::kRollSnapshotCount];
-    uint32_t retargetFlag;                       // 0 after a plain solve, 1 after a retarget
+    uint32_t retargetFlag;  // 0 after a plain solve, 1 after a retarget
     uint32_t solvingStep;
-    float bodyPull[2];                           // left hand, right hand
-    float sourceMeasurements[3];                 // written by a retarget
+    float bodyPull[2];            // left hand, right hand
+    float sourceMeasurements[3];  // written by a retarget
     uint32_t unused;
 };
 static_assert(sizeof(LBXEffectorSet) == 3936, "size of an effector set");

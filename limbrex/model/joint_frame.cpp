@@ -19,7 +19,7 @@ constexpr TurnOrder kTurnOrders[] = {
 constexpr float kGimbalHalfSine = 0.499999f;
 constexpr bool first_turn_takes_all(int order) { return order < 2 || order >= 10; }
 
-// Below this a quaternion component is noise: a half turn about the bone, a swing onto its opposite.
+// Below this the scalar part of a twist is noise, which stands for half a turn about the bone; so is the twist beside a swing of half a turn.
 constexpr float kHalfTurn = 1e-6f;
 
 float abs_of(float v) { return v < 0.0f ? -v : v; }
@@ -61,14 +61,16 @@ Quat from_three_turns(const TurnOrder& order, Vec4 sines, Vec4 cosines)
 // Turn of a quaternion about one axis whose component is v, -pi to pi: w's sign is taken off first, since q and -q are one rotation.
 float turn_angle(float v, float w) { return w < 0.0f ? 2.0f * atan2_approx(-v, -w) : 2.0f * atan2_approx(v, w); }
 
-// Both swing angles from the normalized swing. m undoes the normalization: its square is 1 + sin^2 sin^2 of the half angles.
-Vec4 swing_angles(Vec4 swing)
+// Both swing angles from the normalized swing (0, sy, sz, sw). m undoes the normalization: with p = sy^2 sz^2 its square is
+// (1 - sqrt(1 - 4 p)) / (2 p), here 2 / (1 + sqrt(1 - 4 p)), and 1 - 4 p as a sum of squares: neither loses digits to a difference.
+Vec4 swing_angles(Quat swing)
 {
-    const float sy = y_of(swing);
-    const float sz = z_of(swing);
-    const float p = sy * sy * sz * sz;
-    const float root = sqrt_scalar(max_of(0.0f, 1.0f - 4.0f * p));
-    const float m = p <= 1e-6f ? 1.0f : sqrt_scalar((1.0f - root) / (2.0f * p));
+    const Vec4 square = swing * swing;
+    const float yy = y_of(square);
+    const float ww = w_of(square);
+    const float d = z_of(square) + ww - yy;
+    const float root = sqrt_scalar(d * d + 4.0f * yy * ww);
+    const float m = sqrt_scalar(2.0f / (1.0f + root));
     return splat(2.0f) * asin4(min4(max4(swing * m, splat(-1.0f)), splat(1.0f)));
 }
 
@@ -82,7 +84,7 @@ Vec4 to_twist_and_swing(Quat r)
     const float w = w_of(r);
     const float k = sqrt_scalar(x * x + w * w);
     if (k <= kHalfTurn) return xyz(swing_angles(vec4(0.0f, y, z)));  // onto its opposite: any twist would do, so none
-    const float twist = abs_of(w) <= kHalfTurn ? kPi : turn_angle(x, w);
+    const float twist = abs_of(w) <= kHalfTurn * k ? kPi : turn_angle(x, w);
     const Vec4 angles = swing_angles(normalize_quat(vec4(0.0f, (w * y - x * z) / k, (w * z + x * y) / k, k)));
     return vec4(twist, y_of(angles), z_of(angles));
 }

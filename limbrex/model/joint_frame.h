@@ -11,8 +11,8 @@
 namespace lbx
 {
 
-inline constexpr uint32_t kMinimumActive = 2;           // bits 1, 2, 3: minimum x, y, z active
-inline constexpr uint32_t kMaximumActive = 16;          // bits 4, 5, 6: maximum x, y, z active
+inline constexpr uint32_t kMinimumActive = 2;   // bits 1, 2, 3: minimum x, y, z active
+inline constexpr uint32_t kMaximumActive = 16;  // bits 4, 5, 6: maximum x, y, z active
 inline constexpr uint32_t kAnyBoundActive = 0x7E;
 inline constexpr uint32_t kHasPreRotation = 128;
 inline constexpr uint32_t kHasPostRotation = 256;
@@ -22,8 +22,8 @@ struct JointFrame
 {
     Quat pre;
     Quat post;
-    Vec4 axes[3];   // the post-rotation's x, y, z axes; x is the bone direction
-    Vec4 minimum;   // radians, x, y, z
+    Vec4 axes[3];  // the post-rotation's x, y, z axes; x is the bone direction
+    Vec4 minimum;  // radians, x, y, z
     Vec4 maximum;
     int32_t order;  // 0 to 12
     uint32_t flags;

@@ -136,12 +136,12 @@ void LBXSetNodeRotationOrder(LBXCharacter* character, int node, int code)
     if (limit && code >= 0 && code <= kTwistAndSwing) limit->joint.order = code;
 }
 
-void LBXSetNodeTranslationLimit(LBXCharacter* character, int node, float min_factor, float max_factor, bool on)
+void LBXSetNodeTranslationLimit(LBXCharacter* character, int node, float minFactor, float maxFactor, bool on)
 {
     LimitRecord* limit = find_limit(character, node);
     if (!limit) return;
-    limit->minimumFactor = min_factor;
-    limit->maximumFactor = max_factor;
+    limit->minimumFactor = minFactor;
+    limit->maximumFactor = maxFactor;
     limit->translationOn = on ? 1 : 0;
 }
 

@@ -12,12 +12,12 @@ namespace lbx
 inline constexpr int kNodeCount = LBXLastNodeId;
 inline constexpr int kEffectorCount = LBXLastEffectorId;
 inline constexpr int kLimbCount = LBXLimbCount;
-inline constexpr int kExtremityCount = 4;       // left hand, right hand, left foot, right foot
-inline constexpr int kFingerCount = 6;          // thumb, index, middle, ring, pinky, extra
+inline constexpr int kExtremityCount = 4;  // left hand, right hand, left foot, right foot
+inline constexpr int kFingerCount = 6;     // thumb, index, middle, ring, pinky, extra
 inline constexpr int kFingerJointCount = 4;
-inline constexpr int kSegmentCount = 8;         // left up leg ... right forearm
+inline constexpr int kSegmentCount = 8;  // left up leg ... right forearm
 inline constexpr int kLeafRollCount = 5;
-inline constexpr int kFurtherSpineCount = 9;    // Spine1 to Spine9
+inline constexpr int kFurtherSpineCount = 9;  // Spine1 to Spine9
 inline constexpr int kFurtherNeckCount = 9;
 
 constexpr bool is_node(int id) { return id >= 0 && id < kNodeCount; }
@@ -54,19 +54,19 @@ extern const std::array<EffectorRow, kEffectorCount> kEffectors;
 // The nodes of a limb that every limb has a name for, its four effectors and the properties that steer it.
 struct LimbRow
 {
-    int32_t upper, middle, end, extremity;                                          // node ids
-    int32_t upperSegment, lowerSegment;                                             // roll segments
-    int32_t rootEffector, middleEffector, endEffector, extremityEffector;           // effector ids
+    int32_t upper, middle, end, extremity;                                                // node ids
+    int32_t upperSegment, lowerSegment;                                                   // roll segments
+    int32_t rootEffector, middleEffector, endEffector, extremityEffector;                 // effector ids
     int32_t killPitch, maximumExtension, maximumExtensionAngle, stretchReach, realistic;  // public property ids, realistic -1 for arms
-    int32_t compression;                                                            // public property id of the compression factor
-    int32_t contact;                                                                // extremity whose floor contact it uses
-    uint32_t solveBit, stretchBit;                                                  // solving steps
+    int32_t compression;                                                                  // public property id of the compression factor
+    int32_t contact;                                                                      // extremity whose floor contact it uses
+    uint32_t solveBit, stretchBit;                                                        // solving steps
 };
 inline constexpr std::array<LimbRow, kLimbCount> kLimbs = {{
-    {LBXNodeLeftUpLeg, LBXNodeLeftLeg, LBXNodeLeftFoot, LBXNodeLeftToeBase, 0, 1, LBXEffectorLeftHip, LBXEffectorLeftKnee, LBXEffectorLeftAnkle,
-     LBXEffectorLeftFoot, LBXPropertyLeftKneeKillPitch, LBXPropertyCtrlResistMaximumExtensionLeftKnee, LBXPropertyLeftLegMaxExtensionAngle,
-     LBXPropertySnSReachLeftAnkle, LBXPropertyRealisticLeftKneeSolving, LBXPropertyCtrlResistCompressionFactorLeftKnee, 2, LBXSolvingStepLeftLeg,
-     LBXSolvingStepLeftLegStretch},
+    {LBXNodeLeftUpLeg, LBXNodeLeftLeg, LBXNodeLeftFoot, LBXNodeLeftToeBase, 0, 1, LBXEffectorLeftHip, LBXEffectorLeftKnee,
+     LBXEffectorLeftAnkle, LBXEffectorLeftFoot, LBXPropertyLeftKneeKillPitch, LBXPropertyCtrlResistMaximumExtensionLeftKnee,
+     LBXPropertyLeftLegMaxExtensionAngle, LBXPropertySnSReachLeftAnkle, LBXPropertyRealisticLeftKneeSolving,
+     LBXPropertyCtrlResistCompressionFactorLeftKnee, 2, LBXSolvingStepLeftLeg, LBXSolvingStepLeftLegStretch},
     {LBXNodeRightUpLeg, LBXNodeRightLeg, LBXNodeRightFoot, LBXNodeRightToeBase, 2, 3, LBXEffectorRightHip, LBXEffectorRightKnee,
      LBXEffectorRightAnkle, LBXEffectorRightFoot, LBXPropertyRightKneeKillPitch, LBXPropertyCtrlResistMaximumExtensionRightKnee,
      LBXPropertyRightLegMaxExtensionAngle, LBXPropertySnSReachRightAnkle, LBXPropertyRealisticRightKneeSolving,
