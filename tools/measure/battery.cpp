@@ -75,16 +75,34 @@ double press_below(double x, double soft, double hard)
     return x <= soft ? x : soft + (hard - soft) * (1.0 - std::exp(-(x - soft) / (hard - soft)));
 }
 
-double wanted_distance(const BatteryRow& row, double free_distance, double length, double time_s)
+struct BodyAxes
 {
+    Vec3d side, up, front;  // side: away from the body's middle for this limb
+};
+
+// How the hips are turned away from the stance, upright or lying.
+BodyAxes body_axes(const MeasuredRig& rig, const LBXCharacterState* state, int limb)
+{
+    float t[4], q[4];
+    LBXDebugGetStoredNodeTQ(rig.character.get(), state, LBXNodeHips, t, q);
+    const Quatd turn = normalized(to_quatd({q[0], q[1], q[2], q[3]}));
+    const bool is_left = limb == LBXLimbLeftArm || limb == LBXLimbLeftLeg;
+    return {rotate(turn, {is_left ? 1.0 : -1.0, 0.0, 0.0}), rotate(turn, {0.0, 1.0, 0.0}), rotate(turn, {0.0, 0.0, 1.0})};
+}
+
+bool is_arm(const GoalKind& limb) { return limb.limb == LBXLimbLeftArm || limb.limb == LBXLimbRightArm; }
+
+// At the edge of the reach and beyond it a goal keeps to a cone in front of the body: along the animated limb it would swing about with every
+// small turn of a bent arm, several times as fast.
+Vec3d far_offset(const MeasuredRig& rig, const LBXCharacterState* animated, size_t kind, GoalDistance distance, double length,
+                 double time_s)
+{
+    const BodyAxes axes = body_axes(rig, animated, kGoalKinds[kind].limb);
+    const bool arm = is_arm(kGoalKinds[kind]);
+    const Vec3d middle = arm ? axes.side * 0.35 - axes.up * 0.1 + axes.front * 0.9 : axes.side * 0.15 - axes.up + axes.front * 0.2;
+    const Vec3d direction = normalized(normalized(middle) + lissajous(kind, time_s) * (arm ? 0.7 : 0.4));
     const double wave = std::sin(kTau * 0.17 * time_s);
-    switch (row.distance)
-    {
-    case GoalDistance::Inside: return press_below(free_distance, 0.8 * length, 0.95 * length);
-    case GoalDistance::Edge: return length * (1.0 + 0.06 * wave);
-    case GoalDistance::Beyond: return length * (1.3 + 0.1 * wave);
-    }
-    return free_distance;
+    return direction * (length * (distance == GoalDistance::Edge ? 1.0 + 0.06 * wave : 1.3 + 0.1 * wave));
 }
 
 // The goal wanders around the animated end, up to a quarter of the body's height. It never comes nearer to the limb's root than 30 % of the
@@ -97,26 +115,6 @@ Vec3d moving_offset(Vec3d end_from_root, size_t kind, double length, double body
     const double room = std::max(limbrex_host::length(end_from_root) - 0.3 * length, 0.0);
     const double held = -press_below(-along, 0.5 * room, room);
     return end_from_root + (wander - outward * along) + outward * (along < 0.0 && room > 0.0 ? held : std::max(along, 0.0));
-}
-
-struct BodyAxes
-{
-    Vec3d side, up, front;  // side: away from the body's middle for this limb
-};
-
-// How the hips are turned, heading alone: paths stay level.
-BodyAxes body_axes(const MeasuredRig& rig, const LBXCharacterState* state, int limb)
-{
-    float t[4], q[4];
-    LBXDebugGetStoredNodeTQ(rig.character.get(), state, LBXNodeHips, t, q);
-    const Quatd turn =
-        normalized(Quatd{static_cast<double>(q[0]), static_cast<double>(q[1]), static_cast<double>(q[2]), static_cast<double>(q[3])});
-    Vec3d front = rotate(turn, {0.0, 0.0, 1.0});
-    front = normalized(Vec3d{front.x, 0.0, front.z});
-    if (length(front) == 0.0) { front = {0.0, 0.0, 1.0}; }
-    const Vec3d left = cross({0.0, 1.0, 0.0}, front);
-    const bool is_left = limb == LBXLimbLeftArm || limb == LBXLimbLeftLeg;
-    return {is_left ? left : left * -1.0, {0.0, 1.0, 0.0}, front};
 }
 
 struct SidewaysUpFront
@@ -156,9 +154,8 @@ GoalPlace place_sweep(const MeasuredRig& rig, const BatteryRow& row, const LBXCh
 {
     const GoalKind& goal = kGoalKinds[kind];
     const BodyAxes axes = body_axes(rig, animated, goal.limb);
-    const bool arm = goal.limb == LBXLimbLeftArm || goal.limb == LBXLimbRightArm;
     const double length = limb_length(rig.character.get(), animated, goal);
-    const SidewaysUpFront at = sweep_place(row.sweep, arm, time_s / kSweep_s);
+    const SidewaysUpFront at = sweep_place(row.sweep, is_arm(goal), time_s / kSweep_s);
     const Vec3d offset = (axes.side * at.side + axes.up * at.up + axes.front * at.front) * length;
     return {kind, node_position(rig.character.get(), animated, goal.root) + offset, limbrex_host::length(offset) / length, false};
 }
@@ -176,8 +173,13 @@ GoalPlace place_moving(const MeasuredRig& rig, const BatteryRow& row, const LBXC
     }
     const Vec3d root = node_position(rig.character.get(), animated, goal.root);
     const double length = limb_length(rig.character.get(), animated, goal);
+    if (row.distance != GoalDistance::Inside)
+    {
+        const Vec3d offset = far_offset(rig, animated, kind, row.distance, length, time_s);
+        return {kind, root + offset, limbrex_host::length(offset) / length, false};
+    }
     const Vec3d from_root = moving_offset(animated_place - root, kind, length, rig.bodyHeight_m, time_s);
-    const double distance = wanted_distance(row, limbrex_host::length(from_root), length, time_s);
+    const double distance = press_below(limbrex_host::length(from_root), 0.8 * length, 0.95 * length);
     return {kind, root + normalized(from_root) * distance, distance / length, false};
 }
 

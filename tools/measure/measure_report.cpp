@@ -92,6 +92,7 @@ nlohmann::json measurement_json(const Measurement& measurement, const std::vecto
                         {"every", measurement.every},
                         {"nodes", measurement.nodeCount},
                         {"met_goals_turn_deg", worst_json(measurement.metTurn)},
+                        {"met_goals_turn_overstretched_deg", worst_json(measurement.metTurnOverstretched)},
                         {"zero_weight_poses", measurement.zeroWeightFrames},
                         {"zero_weight_poses_changed", measurement.zeroWeightChanged}};
     json["rows"] = nlohmann::json::array();
@@ -185,6 +186,11 @@ void print_measurement(const Measurement& measurement, const std::vector<Verdict
     fmt::print("\nerrors in percent of body height; within reach: limb goals at most 98 % of the limb away\n");
     fmt::print("  {:<20} {:>8} {:>8} {:>8} {:>7} {:>8} {:>8}\n", "goal", "mean", "p95", "max", "met %", "in reach", "p95");
     for (const RowNumbers& row : measurement.rows) { print_row(row); }
+    if (measurement.metTurnOverstretched.value > 0.0)
+    {
+        fmt::print("\ngoals already met where the clip itself bends the limb backwards: up to {:.2f} deg to the proper side (frame {:g})\n",
+                   measurement.metTurnOverstretched.value, measurement.metTurnOverstretched.frame);
+    }
     fmt::print("\n{:<50} {:>10} {:>10}\n", "target", "limit", "measured");
     for (const Verdict& verdict : verdicts)
     {

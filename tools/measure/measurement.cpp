@@ -17,7 +17,8 @@ constexpr double kWithinReach = 0.98;   // of the limb's length
 constexpr double kShortestBone = 0.02;  // of the body's height; shorter bones drown in the rounding of positions
 constexpr double kStraight_deg = 2.0;   // a bend this near to the straight or the wholly folded limb has no side
 constexpr double kPopTurn_deg = 2.0;    // smallest turn that is looked at between frames, and that counts as a pop
-constexpr int kHalvings = 8;
+constexpr double kCut_deg_s = 2500.0;   // faster than people turn a joint
+constexpr int kHalvings = 12;           // a knee that comes straight turns with the square root of time: it needs many
 
 double turn_beyond_clip(const TrialPose& before, const TrialPose& after, size_t node)
 {
@@ -76,6 +77,16 @@ void judge_bends(const Trial& trial, double frame, RowNumbers& row)
         row.wrongSide.take(past, frame, kMiddles[limb]);
     }
     row.wrongSideFrames += wrong ? 1 : 0;
+}
+
+// A clip that opens with a stance or was cut together jumps by itself, and its goals with it.
+bool clip_cuts(const TrialPose& before, const TrialPose& now, double steps_per_second)
+{
+    for (size_t i = 0; i < now.animatedLocal.size(); ++i)
+    {
+        if (turn_deg(before.animatedLocal[i], now.animatedLocal[i]) * steps_per_second > kCut_deg_s) { return true; }
+    }
+    return false;
 }
 
 struct FastJoint
@@ -146,7 +157,7 @@ void measure_row(Trial& trial, const MeasureOptions& options, RowNumbers& row)
             const double violation = trial.limit_violation_deg(node);
             row.limitViolation.take(violation, frame, node);
         }
-        if (row.frames == 1) { continue; }
+        if (row.frames == 1 || clip_cuts(before, now, fps / step)) { continue; }
         FastJoint fastest{0.0, frame, 0};
         for (size_t i = 0; i < rig.nodes.size(); ++i)
         {
@@ -158,6 +169,18 @@ void measure_row(Trial& trial, const MeasureOptions& options, RowNumbers& row)
         if (fastest.turn_deg > kPopTurn_deg) { fast.push_back(fastest); }
     }
     look_for_pops(trial, options, fast, step, row);
+}
+
+// A clip may stretch a knee or elbow past straight. The solver bends it the proper way: the goal stays met, the joint moves.
+bool clip_bends_backwards(const Trial& trial, const std::vector<size_t>& kinds)
+{
+    return std::any_of(kinds.begin(), kinds.end(),
+                       [&](size_t kind)
+                       {
+                           double animated = 0.0, solved = 0.0;
+                           const int limb = kGoalKinds[kind].limb;
+                           return limb >= 0 && trial.limb_bend_deg(limb, animated, solved) && animated < 0.0;
+                       });
 }
 
 void measure_met(Trial& trial, const MeasureOptions& options, Measurement& out)
@@ -178,9 +201,15 @@ void measure_met(Trial& trial, const MeasureOptions& options, Measurement& out)
             for (const bool turned : {false, true})
             {
                 trial.run_met(kinds, turned, static_cast<double>(frame), pose);
+                const bool overstretched = clip_bends_backwards(trial, kinds);
                 for (size_t i = 0; i < trial.rig().nodes.size(); ++i)
                 {
                     const double turn = turn_deg(pose.animatedLocal[i], pose.solvedLocal[i]);
+                    if (overstretched)
+                    {
+                        out.metTurnOverstretched.take(turn, static_cast<double>(frame), trial.rig().nodes[i].node);
+                        continue;
+                    }
                     if (turn <= out.metTurn.value) { continue; }
                     out.metTurn.take(turn, static_cast<double>(frame), trial.rig().nodes[i].node);
                     out.metGoals = kinds.size() == 1 ? kGoalKinds[kinds[0]].name : "all five";

@@ -46,7 +46,7 @@ struct Pop
 {
     double frame = 0.0;
     int node = -1;
-    double turn_deg = 0.0;  // that stays within 1/256 of a frame
+    double turn_deg = 0.0;  // that stays however short the step
 };
 
 struct RowNumbers
@@ -75,6 +75,7 @@ struct Measurement
     std::vector<RowNumbers> rows;  // moving goals, then sweeps
     Worst metTurn;                 // goals that are met already: the largest joint turn
     std::string metGoals;          // by which goals
+    Worst metTurnOverstretched;    // the same where the clip bends a limb with a goal backwards
     size_t zeroWeightFrames = 0, zeroWeightChanged = 0;
     double zeroWeightFrame = 0.0;  // the first that changed
 };
