@@ -1,6 +1,8 @@
 // The script functions that push a constraint, one for every kind.
 #pragma once
 
+#include <utility>
+
 #include "contexts/character_context.h"
 #include "contexts/script_call.h"
 
@@ -23,6 +25,13 @@ int push_kind(ScriptCall& call)
     if (!filled.read(call)) return 0;
     if (!call.sound) return call.wrongInputs();
     if (is_full(context->constraintStack)) return 0;
-    if (IkConstraint* constraint = new Kind(filled)) push_constraint(context->constraintStack, constraint);
+    if (IkConstraint* constraint = new Kind(std::move(filled))) push_constraint(context->constraintStack, constraint);
     return 0;
+}
+
+// For the few kinds whose push says that the unit has no context.
+template <class Kind>
+int push_kind_of_known_unit(ScriptCall& call)
+{
+    return call.requireContext() ? push_kind<Kind>(call) : 0;
 }

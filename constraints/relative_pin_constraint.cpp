@@ -1,46 +1,13 @@
 #include "constraints/relative_pin_constraint.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include "constraints/effector_goal.h"
+#include "constraints/node_pose.h"
 #include "constraints/push_constraint.h"
-#include "contexts/pose_conversion.h"
 #include "contexts/solver_frame.h"
 #include "resources/host_services.h"
 #include "resources/log.h"
-
-namespace
-{
-
-struct NodePose
-{
-    Vec4 position_world;
-    Quat rotation_world;
-};
-
-// False when the unit has no such node or the node has no usable pose. The engine's matrix is left as it is.
-bool read_node_pose(Unit* unit, int32_t node_index, NodePose& pose)
-{
-    NodeTree* tree = host_services().unit->node_tree(unit);
-    if (!tree || node_index < 0 || static_cast<uint32_t>(node_index) >= host_services().nodeTree->node_count(tree)) return false;
-    const float* matrix = host_services().nodeTree->world_poses(tree, static_cast<uint32_t>(node_index));
-    float rows[16];
-    std::copy_n(matrix, 16, rows);
-    orthonormalize_rows(rows);
-    pose.position_world = load3(matrix + 12);
-    pose.rotation_world = quat_from_matrix_rows(rows);
-    return is_finite3(pose.position_world) && is_finite4(pose.rotation_world);
-}
-
-void write_weights(CharacterContext& context, LBXEffectorId effector, float reach_t, float reach_r, float pull)
-{
-    LBXSetEffectorReachT(context.effectorSet, effector, reach_t);
-    LBXSetEffectorReachR(context.effectorSet, effector, reach_r);
-    LBXSetEffectorPull(context.effectorSet, effector, pull);
-}
-
-}  // namespace
 
 bool RelativePinConstraint::read(ScriptCall& call)
 {

@@ -4,12 +4,16 @@
 #include <iterator>
 #include <utility>
 
+#include "constraints/invert_joint_constraint.h"
 #include "constraints/lod_constraint.h"
 #include "constraints/offset_constraints.h"
+#include "constraints/partial_solving_constraint.h"
 #include "constraints/pin_constraint.h"
+#include "constraints/property_constraint.h"
 #include "constraints/push_constraint.h"
 #include "constraints/reach_constraints.h"
 #include "constraints/relative_pin_constraint.h"
+#include "constraints/solve_constraint.h"
 #include "constraints/weight_constraints.h"
 #include "contexts/context_declaration.h"
 #include "plugin/script_accessors.h"
@@ -55,6 +59,7 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_get_constraint_type", character_get_constraint_type},
     // Pushes.
     {"character_push_lod", push_kind<LodConstraint>},
+    {"character_push_partial_solving", push_kind<PartialSolvingConstraint>},
     {"character_push_offset_position", push_kind<OffsetPositionConstraint>},
     {"character_push_offset_rotation", push_kind<OffsetRotationConstraint>},
     {"character_push_pin", push_kind<PinConstraint>},
@@ -62,6 +67,9 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_push_resist", push_kind<ResistConstraint>},
     {"character_push_reach_position", push_kind<ReachPositionConstraint>},
     {"character_push_reach_orientation", push_kind<ReachOrientationConstraint>},
+    {"character_push_solve", push_kind_of_known_unit<SolveConstraint>},
+    {"character_push_property_value", push_kind_of_known_unit<PropertyConstraint>},
+    {"character_push_invert", push_kind<InvertJointConstraint>},
     {"character_push_relative_pin", push_kind<RelativePinConstraint>},
     // Fields of one kind: getter or query, then setter.
     {"character_offset_position_get_effector", get_field<&OffsetPositionConstraint::effector>},
