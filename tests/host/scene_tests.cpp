@@ -15,6 +15,7 @@
 #include "host/scene.h"
 #include "host/scene_state.h"
 #include "host/services.h"
+#include "host/unit_nodes.h"
 
 namespace limbrex_host
 {
@@ -458,6 +459,39 @@ TEST(Engine, GoesThroughItsLifeWithNothingLeftBehindAndNeverTwiceAtOnce)
     HostEngine engine;
     EXPECT_FALSE(engine.start(options, error));
     EXPECT_THAT(error, HasSubstr("/nowhere/plugin.so"));
+}
+
+// A plugin gone wrong: writes a number that is none into every unit's second node, and a good pose into the third.
+void write_bad_pose(World* world, float /*step_s*/)
+{
+    for (HostUnit* const unit : reinterpret_cast<HostWorld*>(world)->units)
+    {
+        unit->tree.locals[1].translation[2] = std::nanf("");
+        unit->tree.locals[2].translation[0] = 3.0f;
+        mark_changed(unit->tree, 1);
+        mark_changed(unit->tree, 2);
+    }
+}
+
+TEST(Engine, PosesThatAreNotFiniteNeverReachTheWorld)
+{
+    EngineOptions options;
+    options.plugin = LIMBREX_PLUGIN_PATH;
+    std::string error;
+    HostEngine engine;
+    ASSERT_TRUE(engine.start(options, error)) << error;
+    HostWorld& world = engine.add_world("world");
+    world.register_update(write_bad_pose);
+    Skeleton skeleton;
+    skeleton.joints.push_back({"Hips", -1, {}, false});
+    HostNodeTree tree;
+    UnitLayout layout;
+    build_unit_nodes(skeleton, nullptr, tree, layout);
+    const HostUnit& unit = engine.spawn(world, "victim", "none", std::move(tree), {1.0f, 2.0f, 3.0f}, 0.0f);
+    EXPECT_EQ(engine.update(world, 0.016f).refusedPoses, 1u);
+    EXPECT_TRUE(engine.log.contains("unit \"victim\": the pose written to node \"#z_up\" is not finite"));
+    EXPECT_EQ(unit.tree.worlds[3].m[12], 4.0f) << "the good pose is taken";
+    EXPECT_EQ(unit.tree.worlds[3].m[14], 3.0f);
 }
 
 }  // namespace
