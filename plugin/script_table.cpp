@@ -4,11 +4,13 @@
 #include <iterator>
 #include <utility>
 
+#include "constraints/floor_contact_constraint.h"
 #include "constraints/invert_joint_constraint.h"
 #include "constraints/lod_constraint.h"
 #include "constraints/offset_constraints.h"
 #include "constraints/partial_solving_constraint.h"
 #include "constraints/pin_constraint.h"
+#include "constraints/plant_constraint.h"
 #include "constraints/property_constraint.h"
 #include "constraints/push_constraint.h"
 #include "constraints/reach_constraints.h"
@@ -17,6 +19,7 @@
 #include "constraints/weight_constraints.h"
 #include "contexts/context_declaration.h"
 #include "plugin/script_accessors.h"
+#include "plugin/script_debug_lists.h"
 #include "plugin/script_inspection.h"
 #include "plugin/script_settings.h"
 #include "plugin/script_stack.h"
@@ -49,6 +52,7 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     // Contexts.
     {"character_declare_context", declare_character_context},
     {"character_delete_context", delete_character_context},
+    {"character_dump_effectors", character_dump_effectors},
     // The stack.
     {"character_get_constraint_index_from_constraint_id", character_get_constraint_index_from_constraint_id},
     {"character_set_blend_alpha", character_set_blend_alpha},
@@ -67,6 +71,8 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_push_resist", push_kind<ResistConstraint>},
     {"character_push_reach_position", push_kind<ReachPositionConstraint>},
     {"character_push_reach_orientation", push_kind<ReachOrientationConstraint>},
+    {"character_push_plant", push_kind<PlantConstraint>},
+    {"character_push_floor", push_kind<FloorContactConstraint>},
     {"character_push_solve", push_kind_of_known_unit<SolveConstraint>},
     {"character_push_property_value", push_kind_of_known_unit<PropertyConstraint>},
     {"character_push_invert", push_kind<InvertJointConstraint>},
@@ -93,6 +99,34 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_reach_position_set_position", set_field<&ReachPositionConstraint::position>},
     {"character_reach_orientation_set_orientation", set_field<&ReachOrientationConstraint::eulerDegrees>},
     {"character_relative_pin_refresh", raise_flag<&RelativePinConstraint::refreshRequested>},
+    {"character_plant_get_ray_up_length", get_field<&PlantConstraint::rayUpLength>},
+    {"character_plant_set_ray_up_length", set_field<&PlantConstraint::rayUpLength>},
+    {"character_plant_get_ray_down_length", get_field<&PlantConstraint::rayDownLength>},
+    {"character_plant_set_ray_down_length", set_field<&PlantConstraint::rayDownLength>},
+    {"character_plant_get_feet_enabled", get_field<&PlantConstraint::feetEnabled>},
+    {"character_plant_set_feet_enabled", set_field<&PlantConstraint::feetEnabled>},
+    {"character_plant_get_hands_enabled", get_field<&PlantConstraint::handsEnabled>},
+    {"character_plant_set_hands_enabled", set_field<&PlantConstraint::handsEnabled>},
+    {"character_plant_is_relative", get_field<&PlantConstraint::relative>},
+    {"character_plant_set_relative", set_field<&PlantConstraint::relative>},
+    {"character_plant_get_smoothing", get_field<&PlantConstraint::smoothing>},
+    {"character_plant_set_smoothing", set_field<&PlantConstraint::smoothing>},
+    {"character_plant_get_depth", get_field<&PlantConstraint::depth>},
+    {"character_plant_set_depth", set_field<&PlantConstraint::depth>},
+    {"character_plant_get_nb_rays", get_field<&PlantConstraint::rayCount>},
+    {"character_plant_set_nb_rays", set_field<&PlantConstraint::rayCount>},
+    {"character_floor_get_feet_enabled", get_field<&FloorContactConstraint::feetEnabled>},
+    {"character_floor_set_feet_enabled", set_field<&FloorContactConstraint::feetEnabled>},
+    {"character_floor_get_hands_enabled", get_field<&FloorContactConstraint::handsEnabled>},
+    {"character_floor_set_hands_enabled", set_field<&FloorContactConstraint::handsEnabled>},
+    {"character_floor_get_smoothing", get_field<&FloorContactConstraint::smoothing>},
+    {"character_floor_set_smoothing", set_field<&FloorContactConstraint::smoothing>},
+    {"character_floor_get_nb_rays", get_field<&FloorContactConstraint::rayCount>},
+    {"character_floor_set_nb_rays", set_field<&FloorContactConstraint::rayCount>},
+    {"character_floor_get_ray_up_length", get_field<&FloorContactConstraint::rayUpLength>},
+    {"character_floor_set_ray_up_length", set_field<&FloorContactConstraint::rayUpLength>},
+    {"character_floor_get_ray_down_length", get_field<&FloorContactConstraint::rayDownLength>},
+    {"character_floor_set_ray_down_length", set_field<&FloorContactConstraint::rayDownLength>},
     // The context as a whole.
     {"character_set_source", character_set_source},
     {"character_get_source", character_get_source},
@@ -108,6 +142,10 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_get_node_children_count", character_get_node_children_count},
     {"character_get_node_child_id", character_get_node_child_id},
     {"character_get_node_parent_id", character_get_node_parent_id},
+    {"character_num_markers", character_num_markers},
+    {"character_get_marker_position", character_get_marker_position},
+    {"character_num_lines", character_num_lines},
+    {"character_get_line_position", character_get_line_position},
     // Creatures.
     {"creature_declare_context", declare_creature_context},
     {"creature_delete_context", delete_creature_context},
