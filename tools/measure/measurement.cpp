@@ -18,7 +18,8 @@ constexpr double kShortestBone = 0.02;  // of the body's height; shorter bones d
 constexpr double kStraight_deg = 2.0;   // a bend this near to the straight or the wholly folded limb has no side
 constexpr double kPopTurn_deg = 2.0;    // smallest turn that is looked at between frames, and that counts as a pop
 constexpr double kCut_deg_s = 2500.0;   // faster than people turn a joint
-constexpr int kHalvings = 12;           // a knee that comes straight turns with the square root of time: it needs many
+constexpr double kShortStep =
+    1.0 / 4096.0;  // of a frame. A knee that comes straight turns with the square root of time: it needs many halvings
 
 double turn_beyond_clip(const TrialPose& before, const TrialPose& after, size_t node)
 {
@@ -103,7 +104,7 @@ double turn_that_stays(Trial& trial, const BatteryRow& row, double from, double 
     TrialPose first, middle, last;
     trial.run(row, from, first);
     trial.run(row, to, last);
-    for (int halving = 0; halving < kHalvings; ++halving)
+    while (to - from > kShortStep)
     {
         const double half = 0.5 * (from + to);
         trial.run(row, half, middle);
