@@ -29,7 +29,7 @@ void bend(const Solve& solve, const LimbRecord& limb, float distance)
     const Vec4 lower = position(solve, limb.slots[kLimbEnd]) - m;
     const float a = length3(upper);
     const float b = length3(lower);
-    if (a == 0.0f || b == 0.0f) return;
+    if (a * b == 0.0f) return;
 
     const Vec4 normal = cross3(upper, lower);
     const float theta = asin_approx(clamp01(length3(normal) / a / b));

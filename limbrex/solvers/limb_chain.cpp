@@ -8,13 +8,20 @@ namespace
 LimbGoal load_goal(const LBXEffectorSet& effectors, int effector)
 {
     const Vec4 weights = effectors.weights[effector];
-    return {effectors.targets[effector].t, effectors.targets[effector].q, lane<kReachT>(weights), lane<kReachR>(weights),
-            lane<kResist>(weights)};
+    return {effectors.targets[effector].t, effectors.targets[effector].q, lane<kReachT>(weights),
+            lane<kReachR>(weights),        lane<kPull>(weights),          lane<kResist>(weights)};
 }
 
 }  // namespace
 
-LimbChain make_limb_chain(const Solve& solve, int limb, bool arm)
+LimbGoals limb_goals(const Solve& solve, int limb)
+{
+    const LimbRow& row = kLimbs[static_cast<size_t>(limb)];
+    return {load_goal(solve.effectors, row.rootEffector), load_goal(solve.effectors, row.middleEffector),
+            load_goal(solve.effectors, row.endEffector), load_goal(solve.effectors, row.extremityEffector), false};
+}
+
+LimbChain make_limb_chain(const Solve& solve, int limb, bool arm, const LimbGoals& goals)
 {
     const LimbRecord& record = solve.character.limbs[limb];
     const LimbRow& row = kLimbs[static_cast<size_t>(limb)];
@@ -28,10 +35,11 @@ LimbChain make_limb_chain(const Solve& solve, int limb, bool arm)
                        record.slots[kLimbMiddle],
                        record.slots[kLimbEnd],
                        record.slots[kLimbExtremity],
-                       load_goal(solve.effectors, row.rootEffector),
-                       load_goal(solve.effectors, row.middleEffector),
-                       load_goal(solve.effectors, row.endEffector),
-                       load_goal(solve.effectors, row.extremityEffector),
+                       goals.root,
+                       goals.middle,
+                       goals.end,
+                       goals.extremity,
+                       goals.placed,
                        is_in_effect(properties, record_of_property(row.killPitch)),
                        arm && value_of(properties, record::ParamRealisticArmSolving) != 0.0f,
                        value_of(properties, record_of_property(row.maximumExtension)),

@@ -12,8 +12,15 @@ struct LimbGoal
 {
     Vec4 t;
     Quat q;
-    float reachT, reachR, resist;
+    float reachT, reachR, pull, resist;
 };
+struct LimbGoals
+{
+    LimbGoal root, middle, end, extremity;
+    bool placed;  // translations are where the joints shall stand; their reaches have been applied and only share the limb
+};
+// As the effector set has them.
+LimbGoals limb_goals(const Solve& solve, int limb);
 
 constexpr int kMaxPath = 6;  // upper, its twist joint, middle, its twist joint, end, extremity
 
@@ -27,6 +34,7 @@ struct LimbChain
     int upper, middle, end;  // slots
     int extremity;           // slot or -1
     LimbGoal rootGoal, middleGoal, endGoal, extremityGoal;
+    bool placed;
     bool killPitch;
     bool realisticArm;
     float maximumExtension;       // 0 to 1
@@ -35,7 +43,7 @@ struct LimbChain
 };
 
 // The limb must be complete.
-LimbChain make_limb_chain(const Solve& solve, int limb, bool arm);
+LimbChain make_limb_chain(const Solve& solve, int limb, bool arm, const LimbGoals& goals);
 
 inline Vec4 at(const LimbChain& chain, int slot) { return chain.solve.nodes[slot].global.t; }
 // The axis that the middle joint bends about, in the solver frame. Unit.
@@ -44,6 +52,12 @@ inline Vec4 bend_axis(const LimbChain& chain)
     return rotate(chain.solve.nodes[chain.record.middleParent].global.q, chain.record.bendAxis);
 }
 inline const LimitRecord* middle_limit(const LimbChain& chain) { return limit_of_slot(chain.solve.character, chain.middle); }
+
+// The point that a goal asks of a joint that stands at `place`.
+inline Vec4 asked_point(const LimbChain& chain, Vec4 place, Vec4 target, float reach)
+{
+    return chain.placed ? target : lerp4(place, target, reach);
+}
 
 // Globals of the path below a slot.
 void follow(const LimbChain& chain, int slot);

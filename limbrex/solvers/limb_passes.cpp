@@ -60,7 +60,7 @@ void aim_end_at_extremity_goal(const LimbChain& chain)
 {
     if (chain.extremity < 0 || chain.extremityGoal.reachT <= 0.0f) return;
     const Vec4 tip = at(chain, chain.extremity);
-    aim_joint(chain, chain.end, tip, lerp4(tip, chain.extremityGoal.t, chain.extremityGoal.reachT));
+    aim_joint(chain, chain.end, tip, asked_point(chain, tip, chain.extremityGoal.t, chain.extremityGoal.reachT));
 }
 
 SoftExtension soft_extension(const LimbChain& chain)
@@ -89,7 +89,7 @@ void end_pass(const LimbChain& chain)
 {
     const Vec4 root = at(chain, chain.upper);
     const Vec4 softened = soften_target(root, at(chain, chain.end), chain.endGoal.t, longest(chain), soft_extension(chain));
-    const Vec4 target = lerp4(at(chain, chain.end), softened, chain.endGoal.reachT);
+    const Vec4 target = asked_point(chain, at(chain, chain.end), softened, chain.endGoal.reachT);
     reach_with_end(chain, target);
     turn_plane_to_middle_goal(chain);
     for (int again = 0; again < 2 && yields_to_forearm_twist(chain); ++again)
@@ -104,7 +104,7 @@ void end_pass(const LimbChain& chain)
 
 void middle_pass(const LimbChain& chain)
 {
-    const Vec4 middle_target = lerp4(at(chain, chain.middle), chain.middleGoal.t, chain.middleGoal.reachT);
+    const Vec4 middle_target = asked_point(chain, at(chain, chain.middle), chain.middleGoal.t, chain.middleGoal.reachT);
     // The end travels with the middle joint, so that the lower segment keeps its direction, and toward its own goal as far as it reaches.
     const Vec4 carried = at(chain, chain.end) + (middle_target - at(chain, chain.middle));
     const Vec4 end_target = lerp4(carried, chain.endGoal.t, chain.endGoal.reachT);
@@ -126,7 +126,7 @@ void extremity_pass(const LimbChain& chain)
     orient_joint(chain, chain.end, chain.endGoal, false);
     const Vec4 softened =
         soften_target(root, at(chain, chain.extremity), chain.extremityGoal.t, longest(chain) + tail, soft_extension(chain));
-    const Vec4 target = lerp4(at(chain, chain.extremity), softened, chain.extremityGoal.reachT);
+    const Vec4 target = asked_point(chain, at(chain, chain.extremity), softened, chain.extremityGoal.reachT);
 
     if (distance3(target, at(chain, chain.extremity)) > kMet * (tail + distance3(at(chain, chain.end), root)))
     {

@@ -120,7 +120,8 @@ PullVectors pull_vectors(const Solve& solve, const LimbReach& reach, Vec4 stiffn
     const Vec4 vx = reach.targetX - u[0] * reach.targetWeight;
     const Vec4 vy = reach.targetY - u[1] * reach.targetWeight;
     const Vec4 vz = reach.targetZ - u[2] * reach.targetWeight;
-    const Vec4 square = vx * vx + vy * vy + vz * vz;
+    // Beyond what a square can hold a goal pulls no further.
+    const Vec4 square = min4(vx * vx + vy * vy + vz * vz, splat(3.0e38f));
     const Vec4 inverse = reciprocal_sqrt4(square);
     const Vec4 distance = square * inverse;
 

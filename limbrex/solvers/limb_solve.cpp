@@ -83,15 +83,17 @@ bool asks_nothing(const LimbChain& chain, float shares)
 
 }  // namespace
 
-bool solve_limb(const Solve& solve, int limb, bool arm)
+bool solve_limb(const Solve& solve, int limb, bool arm) { return solve_limb_toward(solve, limb, arm, limb_goals(solve, limb)); }
+
+bool solve_limb_toward(const Solve& solve, int limb, bool arm, const LimbGoals& goals)
 {
     if (!solve.character.limbs[limb].complete()) return false;
-    const LimbShares shares = limb_shares(solve);
-    const Pass passes[3] = {{of_limb(shares.middle, limb), middle_pass},
-                            {of_limb(shares.end, limb), end_pass},
-                            {of_limb(shares.extremity, limb), extremity_pass}};
+    const LimbChain chain = make_limb_chain(solve, limb, arm, goals);
+    const float reach_x = chain.extremity >= 0 ? goals.extremity.reachT : 0.0f;
+    const LimbShares shares = share_reach(splat(goals.middle.reachT), splat(goals.middle.pull), splat(goals.end.reachT),
+                                          splat(goals.end.pull), splat(reach_x), splat(goals.extremity.pull));
+    const Pass passes[3] = {{x_of(shares.middle), middle_pass}, {x_of(shares.end), end_pass}, {x_of(shares.extremity), extremity_pass}};
     const float total = min_of(1.0f, passes[0].share + passes[1].share + passes[2].share);
-    const LimbChain chain = make_limb_chain(solve, limb, arm);
     if (asks_nothing(chain, total)) return false;
 
     orient_joint(chain, chain.upper, chain.rootGoal, true);

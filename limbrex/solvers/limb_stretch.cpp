@@ -35,14 +35,13 @@ bool stretch_limb(const Solve& solve, int limb)
     const StretchRange range = {value_of(solve.properties, record::StretchStartArmsAndLegs),
                                 value_of(solve.properties, record::StretchStopArmsAndLegs)};
     if (!solve.character.limbs[limb].complete() || !(range.start < range.stop)) return false;
-    const LimbChain chain = make_limb_chain(solve, limb, false);
+    const LimbChain chain = make_limb_chain(solve, limb, false, limb_goals(solve, limb));
     const LimbRow& row = chain.row;
     const float stretch_reach = value_of(solve.properties, record_of_property(row.stretchReach));
     const Vec4 none = zero4();
     const float reach_x = chain.extremity >= 0 ? chain.extremityGoal.reachT : 0.0f;
     const LimbShares shares =
-        share_reach(none, none, splat(chain.endGoal.reachT), splat(weight_of<kPull>(solve.effectors, row.endEffector)), splat(reach_x),
-                    splat(weight_of<kPull>(solve.effectors, row.extremityEffector)));
+        share_reach(none, none, splat(chain.endGoal.reachT), splat(chain.endGoal.pull), splat(reach_x), splat(chain.extremityGoal.pull));
     const float share_e = x_of(shares.end);
     const float share_x = x_of(shares.extremity);
     if (stretch_reach <= 0.0f || (share_e <= kNoShare && share_x <= kNoShare)) return false;

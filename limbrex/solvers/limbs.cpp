@@ -28,8 +28,8 @@ void limbs_stage(const Solve& solve)
     for (const int limb : kLimbOrder)
         if (solve.mask & kLimbs[static_cast<size_t>(limb)].stretchBit) moved[limb] = stretch_limb(solve, limb);
 
-    const Vec4 left_arm = arm_direction(solve, kLeftShoulder);
-    const Vec4 right_arm = arm_direction(solve, kRightShoulder);
+    const ArmBefore left_arm = arm_before_solve(solve, kLeftShoulder);
+    const ArmBefore right_arm = arm_before_solve(solve, kRightShoulder);
     for (const int limb : kLimbOrder)
         if (solve.mask & kLimbs[static_cast<size_t>(limb)].solveBit) moved[limb] = solve_limb(solve, limb, !is_leg(limb)) || moved[limb];
     if (solve.mask & LBXSolvingStepLeftShoulder)

@@ -105,6 +105,7 @@ void solve_low_definition(const Solve& solve)
     refresh_locals(solve.character, solve.nodes);
     const int hips = slot_of(solve, LBXNodeHips);
     bool body_moved = place_hips_by_effector(solve, load_body_effectors(solve.effectors).hips);
+    if (body_moved) update_legs(solve);  // the pull measures them
     if (solve.mask & LBXSolvingStepBodyPull) body_moved = pull_hips(solve) || body_moved;
     if (body_moved)
     {

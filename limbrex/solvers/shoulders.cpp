@@ -91,37 +91,52 @@ bool has_collar(const Solve& solve, const ShoulderRow& row)
     return (solve.mask & row.bit) != 0 && slot_of(solve, row.node) >= 0 && slot_of(solve, row.arm) >= 0;
 }
 
-// Where the arm's end is asked to be; its own place when nothing asks.
-Vec4 arm_goal(const Solve& solve, const ShoulderRow& row)
-{
-    const int end = solve.character.limbs[row.limb].slots[kLimbEnd];
-    const int effector = kLimbs[static_cast<size_t>(row.limb)].endEffector;
-    return lerp4(position(solve, end), solve.effectors.targets[effector].t, weight_of<kReachT>(solve.effectors, effector));
-}
-
-// A collar's turn (axis times angle) without what would carry the arm's root so far from the goal that the arm, which has bridged the distance,
-// no longer does. Each step takes off the part along the lever that moves the root away, so the result follows its inputs without a jump.
-Vec4 turn_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 turn)
+// A collar's turn (axis times angle) without what would carry the arm's root so far from the hand that the arm no longer bridges the distance. Each step takes off the part along the lever that moves the root away, so the result follows its inputs without a jump.
+Vec4 turn_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 hand, Vec4 turn)
 {
     const LimbRecord& limb = solve.character.limbs[row.limb];
     const Vec4 centre = position(solve, slot_of(solve, row.node));
     const Vec4 root = position(solve, slot_of(solve, row.arm));
     const Vec4 middle = position(solve, limb.slots[kLimbMiddle]);
-    const Vec4 goal = arm_goal(solve, row);
     const float length = distance3(middle, root) + distance3(position(solve, limb.slots[kLimbEnd]), middle);
-    const float bridged = max_of(length * 0.9999f, distance3(goal, root));
+    const float bridged = max_of(length * 0.9999f, distance3(hand, root));
     for (int i = 0; i < kFitSteps; ++i)
     {
         const Vec4 to_root = rotate(quat_from_axis_angle(normalize3(turn), length3(turn)), root - centre);
-        const Vec4 from_goal = centre + to_root - goal;
-        const float beyond = length3(from_goal) - bridged;
-        const Vec4 lever = cross3(to_root, normalize3(from_goal));
+        const Vec4 from_hand = centre + to_root - hand;
+        const float beyond = length3(from_hand) - bridged;
+        const Vec4 lever = cross3(to_root, normalize3(from_hand));
         const float square = length_squared3(lever);
         if (beyond <= 0.0f || square <= 0.0f) break;
         const float step = min_of(beyond / square, length3(turn) / sqrt_scalar(square));
         turn -= lever * step;
     }
     return turn;
+}
+
+// Unit direction of the upper arm.
+Vec4 arm_direction(const Solve& solve, const ShoulderRow& row)
+{
+    return normalize3(position(solve, slot_of(solve, row.forearm)) - position(solve, slot_of(solve, row.arm)));
+}
+
+// What the arm was asked for, as it is asked a second time: in full toward the same points and toward the turns it has made. A partial weight must not
+// act twice.
+LimbGoals goals_again(const Solve& solve, const ShoulderRow& row, const ArmBefore& before)
+{
+    const LimbRecord& limb = solve.character.limbs[row.limb];
+    LimbGoals goals = limb_goals(solve, row.limb);
+    const auto ask = [&](LimbGoal& goal, int slot, Vec4 point)
+    {
+        goal.t = point;
+        goal.q = global_rotation(solve, slot);
+    };
+    ask(goals.root, limb.slots[kLimbUpper], position(solve, limb.slots[kLimbUpper]));
+    ask(goals.middle, limb.slots[kLimbMiddle], before.middle);
+    ask(goals.end, limb.slots[kLimbEnd], before.end);
+    if (limb.slots[kLimbExtremity] >= 0) ask(goals.extremity, limb.slots[kLimbExtremity], before.extremity);
+    goals.placed = true;
+    return goals;
 }
 
 }  // namespace
@@ -154,23 +169,25 @@ bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach
     return turned;
 }
 
-Vec4 arm_direction(const Solve& solve, ShoulderSide side)
+ArmBefore arm_before_solve(const Solve& solve, ShoulderSide side)
 {
     const ShoulderRow& row = kShoulders[side];
-    const int forearm = slot_of(solve, row.forearm);
-    if (!has_collar(solve, row) || forearm < 0 || value_of(solve.properties, record::ShoulderCorrection) <= 0.0f) return zero4();
-    return normalize3(position(solve, forearm) - position(solve, slot_of(solve, row.arm)));
+    const LimbRecord& limb = solve.character.limbs[row.limb];
+    if (!has_collar(solve, row) || !limb.complete() || value_of(solve.properties, record::ShoulderCorrection) <= 0.0f)
+        return {zero4(), zero4(), zero4(), zero4()};
+    const LimbGoals goals = limb_goals(solve, row.limb);
+    const auto asked = [&](int slot, const LimbGoal& goal) { return lerp4(position(solve, slot), goal.t, goal.reachT); };
+    return {arm_direction(solve, row), asked(limb.slots[kLimbMiddle], goals.middle), asked(limb.slots[kLimbEnd], goals.end),
+            limb.slots[kLimbExtremity] >= 0 ? asked(limb.slots[kLimbExtremity], goals.extremity) : zero4()};
 }
 
-bool correct_shoulder(const Solve& solve, ShoulderSide side, Vec4 recorded_direction)
+bool correct_shoulder(const Solve& solve, ShoulderSide side, const ArmBefore& before)
 {
     const ShoulderRow& row = kShoulders[side];
     const float weight =
         value_of(solve.properties, record::ShoulderCorrection) * (1.0f - weight_of<kReachT>(solve.effectors, row.effector));
-    const Vec4 direction = arm_direction(solve, side);
-    if (weight <= 0.0f || dot3f(recorded_direction, recorded_direction) == 0.0f || !solve.character.limbs[row.limb].complete())
-        return false;
-    const Quat arc = shortest_arc(recorded_direction, direction);
+    if (weight <= 0.0f || length_squared3(before.direction) == 0.0f) return false;
+    const Quat arc = shortest_arc(before.direction, arm_direction(solve, row));
     if (turns_nothing(arc)) return false;
 
     const Quat facing = arc * sign_one(lanes<3, 3, 3, 3>(arc));
@@ -178,10 +195,12 @@ bool correct_shoulder(const Solve& solve, ShoulderSide side, Vec4 recorded_direc
     const Vec4 axis = normalize3(facing);
     const float angle = min_of(max_of(whole - kNoticed, 0.0f) * weight, kLargestFollow) * trust_in_turn(whole);
     if (angle <= 0.0f) return false;
-    const Vec4 turn = turn_within_reach(solve, row, axis * angle);
+    const LimbGoals again = goals_again(solve, row, before);
+    const Vec4 hand = position(solve, solve.character.limbs[row.limb].slots[kLimbEnd]);
+    const Vec4 turn = turn_within_reach(solve, row, hand, axis * angle);
     turn_collar(solve, row, quat_from_axis_angle(normalize3(turn), length3(turn)), collar_stiffness(solve.properties));
     update_descendants(solve, slot_of(solve, row.node));
-    if (solve.mask & kLimbs[static_cast<size_t>(row.limb)].solveBit) solve_limb(solve, row.limb, true);
+    if (solve.mask & kLimbs[static_cast<size_t>(row.limb)].solveBit) solve_limb_toward(solve, row.limb, true, again);
     return true;
 }
 

@@ -16,10 +16,15 @@ enum ShoulderSide : int
 // Turns the collar toward its effector, then toward the goal that the arm cannot reach by itself. False when nothing was asked.
 bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach);
 
-// Unit direction of the upper arm, to be compared after the arms are solved. Zero when no correction will be made.
-Vec4 arm_direction(const Solve& solve, ShoulderSide side);
-// Lets the collar follow the arm from the recorded direction to its new one, and solves the arm again so that its hand stands where it stood. False
-// when the arm has not turned.
-bool correct_shoulder(const Solve& solve, ShoulderSide side, Vec4 recorded_direction);
+// An arm before it is solved: which way it points, and where its joints are asked to go.
+struct ArmBefore
+{
+    Vec4 direction;  // of the upper arm, unit; zero when no correction will be made
+    Vec4 middle, end, extremity;
+};
+ArmBefore arm_before_solve(const Solve& solve, ShoulderSide side);
+// Lets the collar follow the arm from its direction before the solve to its new one, and solves the arm again so that its hand stands where it was
+// asked to be. False when the arm has not turned.
+bool correct_shoulder(const Solve& solve, ShoulderSide side, const ArmBefore& before);
 
 }  // namespace lbx
