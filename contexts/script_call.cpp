@@ -16,6 +16,8 @@ const HostScriptService& script() { return *host_services().script; }
 
 Unit* ScriptCall::unit(int argument) const { return script().is_unit(state, argument) ? script().unit(state, argument) : nullptr; }
 
+bool ScriptCall::holdsUnit(int argument) const { return script().is_unit(state, argument) != 0; }
+
 float ScriptCall::number(int argument)
 {
     // A number beyond the range of floats is as little use as an infinite one.
@@ -58,12 +60,7 @@ int32_t ScriptCall::node(int argument)
     return value;
 }
 
-CharacterContext* ScriptCall::findContext() const
-{
-    Unit* caller = unit(1);
-    const WorldRecord* record = caller ? world_record_of_unit(caller) : nullptr;
-    return record ? find_character_context(*record, caller) : nullptr;
-}
+CharacterContext* ScriptCall::findContext() const { return character_context_of_unit(unit(1)); }
 
 CharacterContext* ScriptCall::requireContext() const
 {

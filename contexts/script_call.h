@@ -18,6 +18,7 @@ struct ScriptCall
     bool sound = true;
 
     Unit* unit(int argument = 1) const;  // null for anything but a living unit
+    bool holdsUnit(int argument) const;  // also one that was deleted
     float number(int argument);
     int32_t integer(int argument) const;
     bool flag(int argument) const;

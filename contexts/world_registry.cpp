@@ -109,6 +109,12 @@ void remove_world_record(WorldRegistry& registry, WorldRecord* record)
 CharacterContext* find_character_context(const WorldRecord& record, const Unit* unit) { return find_in(record.characters, unit); }
 CreatureContext* find_creature_context(const WorldRecord& record, const Unit* unit) { return find_in(record.creatures, unit); }
 
+CharacterContext* character_context_of_unit(Unit* unit)
+{
+    const WorldRecord* record = world_record_of_unit(unit);
+    return record ? find_character_context(*record, unit) : nullptr;
+}
+
 bool append_character_context(WorldRecord& record, CharacterContext* context) { return append_to(record.characters, context); }
 bool append_creature_context(WorldRecord& record, CreatureContext* context) { return append_to(record.creatures, context); }
 

@@ -90,6 +90,7 @@ void release_context_lists(WorldRecord& record);  // destroys the contexts and f
 
 CharacterContext* find_character_context(const WorldRecord& record, const Unit* unit);  // null when the unit has none
 CreatureContext* find_creature_context(const WorldRecord& record, const Unit* unit);
+CharacterContext* character_context_of_unit(Unit* unit);  // in the unit's own world; null when there is none, and for no unit
 bool append_character_context(WorldRecord& record, CharacterContext* context);  // false: no memory, not appended
 bool append_creature_context(WorldRecord& record, CreatureContext* context);
 // Destroys the context; those behind it move down, so a caller that walks the list looks at the same index again.

@@ -14,12 +14,6 @@ namespace script
 namespace
 {
 
-CharacterContext* context_of_unit(Unit* unit)
-{
-    const WorldRecord* record = unit ? world_record_of_unit(unit) : nullptr;
-    return record ? find_character_context(*record, unit) : nullptr;
-}
-
 int32_t position_in_world(const CharacterContext* context)
 {
     const WorldRecord* record = world_record_of_unit(context->unit);
@@ -42,7 +36,7 @@ int character_set_source(ScriptCall& call)
         log_error("%s: cannot find context for source unit", call.name);
         return 0;
     }
-    context->source = context_of_unit(call.unit(2));
+    context->source = character_context_of_unit(call.unit(2));
     return 0;
 }
 

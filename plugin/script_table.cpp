@@ -7,6 +7,7 @@
 #include "constraints/floor_contact_constraint.h"
 #include "constraints/invert_joint_constraint.h"
 #include "constraints/lod_constraint.h"
+#include "constraints/look_at_constraint.h"
 #include "constraints/offset_constraints.h"
 #include "constraints/partial_solving_constraint.h"
 #include "constraints/pin_constraint.h"
@@ -24,6 +25,7 @@
 #include "plugin/script_settings.h"
 #include "plugin/script_stack.h"
 #include "plugin/script_switches.h"
+#include "plugin/script_targets.h"
 #include "resources/host_services.h"
 
 namespace script
@@ -64,6 +66,7 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     // Pushes.
     {"character_push_lod", push_kind<LodConstraint>},
     {"character_push_partial_solving", push_kind<PartialSolvingConstraint>},
+    {"character_push_look_at", push_kind<LookAtConstraint>},
     {"character_push_offset_position", push_kind<OffsetPositionConstraint>},
     {"character_push_offset_rotation", push_kind<OffsetRotationConstraint>},
     {"character_push_pin", push_kind<PinConstraint>},
@@ -78,6 +81,12 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_push_invert", push_kind<InvertJointConstraint>},
     {"character_push_relative_pin", push_kind<RelativePinConstraint>},
     // Fields of one kind: getter or query, then setter.
+    {"character_look_at_is_xy_only", get_field<&LookAtConstraint::xyOnly>},
+    {"character_look_at_set_xy_only", set_field<&LookAtConstraint::xyOnly>},
+    {"character_look_at_get_chest_contribution", get_field<&LookAtConstraint::chestContribution>},
+    {"character_look_at_set_chest_contribution", set_field<&LookAtConstraint::chestContribution>},
+    {"character_look_at_set_target_unit", character_look_at_set_target_unit},
+    {"character_look_at_set_target_position", character_look_at_set_target_position},
     {"character_offset_position_get_effector", get_field<&OffsetPositionConstraint::effector>},
     {"character_offset_position_set_effector", set_effector<&OffsetPositionConstraint::effector>},
     {"character_offset_position_get_vector", get_field<&OffsetPositionConstraint::offset>},
