@@ -9,9 +9,12 @@
 namespace double_math
 {
 
-using Vec3 = std::array<double, 3>;
-using Quat = std::array<double, 4>;  // x, y, z, w
-using Mat3 = std::array<Vec3, 3>;    // m[row][column]; columns are where the axes go
+struct Vec3 : std::array<double, 3>
+{};
+struct Quat : std::array<double, 4>  // x, y, z, w
+{};
+struct Mat3 : std::array<Vec3, 3>  // m[row][column]; columns are where the axes go
+{};
 
 inline constexpr double kPi = 3.14159265358979323846;
 

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdlib>
+#include <initializer_list>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "limbrex/limbrex.h"
 #include "limbrex/limbrex_debug.h"
@@ -11,6 +13,14 @@
 
 namespace limbrex_test
 {
+
+// Node names are put together from a few words.
+inline std::string joined(std::initializer_list<std::string_view> words)
+{
+    std::string name;
+    for (const std::string_view word : words) name.append(word);
+    return name;
+}
 
 struct ReleaseCharacter
 {

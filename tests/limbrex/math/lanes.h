@@ -12,9 +12,6 @@
 namespace lanes_test
 {
 
-using double_math::operator+;
-using double_math::operator-;
-using double_math::operator*;
 using lbx::Vec4;
 
 inline std::array<float, 4> numbers(Vec4 v)

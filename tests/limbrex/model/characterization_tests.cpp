@@ -12,9 +12,6 @@
 namespace
 {
 
-using double_math::operator+;
-using double_math::operator-;
-using double_math::operator*;
 using double_math::Mat3;
 using double_math::Quat;
 using double_math::Random;
@@ -23,6 +20,7 @@ using limbrex_test::bend_axis_of;
 using limbrex_test::CharacterOwner;
 using limbrex_test::create;
 using limbrex_test::frame_of;
+using limbrex_test::joined;
 using limbrex_test::NodeFrame;
 using limbrex_test::set_stance;
 
@@ -132,6 +130,37 @@ TEST(Characterization, KneesBendBackwardsAndElbowsForwardsOnBothSides)
         EXPECT_LT(bend_axis_of(shaken.get(), 2)[1], 0.0);
         EXPECT_GT(bend_axis_of(shaken.get(), 3)[1], 0.0);
     }
+}
+
+TEST(Characterization, TheBodyOfTheFixtureIsBentTheWayItsAxesSay)
+{
+    limbrex_test::RigOptions everything;
+    everything.spineNodes = everything.neckNodes = 10;
+    everything.shoulderExtras = everything.fingerTips = everything.inHands = everything.toes = true;
+    everything.hipsTranslation = everything.armRolls = everything.legRolls = true;
+    everything.awkwardRotations = everything.parentOffsets = true;
+    everything.leafRolls = 5;
+    everything.scale = 100.0f;
+    for (const auto& options : {limbrex_test::RigOptions{}, limbrex_test::sixty_nodes(), everything})
+    {
+        const limbrex_test::Rig rig = limbrex_test::make_rig(options);
+        const int joints[4][3] = {{LBXNodeLeftUpLeg, LBXNodeLeftLeg, LBXNodeLeftFoot},
+                                  {LBXNodeRightUpLeg, LBXNodeRightLeg, LBXNodeRightFoot},
+                                  {LBXNodeLeftArm, LBXNodeLeftForeArm, LBXNodeLeftHand},
+                                  {LBXNodeRightArm, LBXNodeRightForeArm, LBXNodeRightHand}};
+        const auto at = [&rig](int node) -> Vec3
+        {
+            const auto& t = rig.stance[static_cast<size_t>(node)].t;
+            return {t[0], t[1], t[2]};
+        };
+        for (int limb = 0; limb < 4; ++limb)
+        {
+            const Vec3 upper = double_math::unit(at(joints[limb][1]) - at(joints[limb][0]));
+            const Vec3 lower = double_math::unit(at(joints[limb][2]) - at(joints[limb][1]));
+            EXPECT_GT(double_math::dot(double_math::cross(bend_axis_of(rig.character, limb), upper), lower), 0.05) << limb;
+        }
+    }
+    EXPECT_EQ(limbrex_test::make_rig(limbrex_test::sixty_nodes()).nodes.size(), 60u);
 }
 
 TEST(Characterization, ArmsThatHangLikeForeLegsBendInTheirOwnPlane)
@@ -311,8 +340,8 @@ struct Oracle
             {
                 const bool thumb = finger == "Thumb";
                 const bool hand = kind == "Hand";
-                const std::string stem = side + kind + finger;
-                if (name == side + "In" + kind + finger)
+                const std::string stem = joined({side, kind, finger});
+                if (name == joined({side, "In", kind, finger}))
                 {
                     const std::string base = side + (hand ? "FingerBase" : "ToeBase");
                     const std::string root = !thumb && has(base) ? base : side + kind;

@@ -19,6 +19,7 @@ namespace
 using double_math::Random;
 using limbrex_test::CharacterOwner;
 using limbrex_test::create;
+using limbrex_test::joined;
 
 // Who hangs under whom, by name.
 struct Rules
@@ -65,7 +66,7 @@ struct Rules
     {
         for (const std::string finger : {"Thumb", "Index", "Middle", "Ring", "Pinky", "ExtraFinger"})
         {
-            const std::string root = finger != "Thumb" && has(base) ? base : extremity;
+            std::string root = finger != "Thumb" && has(base) ? base : extremity;
             if (name == inside + finger) return root;
             if (name == extremity + finger + "1") return has(inside + finger) ? inside + finger : root;
             for (int joint = 2; joint <= 4; ++joint)
@@ -87,7 +88,7 @@ struct Rules
         if (name == "LeftUpLeg" || name == "RightUpLeg" || name == "Spine") return "Hips";
         for (const std::string stem : {"Spine", "Neck"})
         {
-            const std::string parent = chain_parent(name, stem);
+            std::string parent = chain_parent(name, stem);
             if (!parent.empty()) return parent;
         }
         for (const std::string side : {"Left", "Right"})
@@ -95,7 +96,7 @@ struct Rules
             const std::string bones[4][2] = {{"UpLeg", "Leg"}, {"Leg", "Foot"}, {"Arm", "ForeArm"}, {"ForeArm", "Hand"}};
             for (const auto& bone : bones)
             {
-                const std::string parent = segment_parent(name, side + bone[0], side + bone[1]);
+                std::string parent = segment_parent(name, side + bone[0], side + bone[1]);
                 if (!parent.empty()) return parent;
             }
             if (name == side + "ToeBase") return side + "Foot";
@@ -110,7 +111,7 @@ struct Rules
             for (const std::string kind : {"Hand", "Foot"})
             {
                 const std::string base = side + (kind == "Hand" ? "FingerBase" : "ToeBase");
-                const std::string parent = finger_parent(name, side + kind, side + "In" + kind, base);
+                std::string parent = finger_parent(name, side + kind, joined({side, "In", kind}), base);
                 if (!parent.empty()) return parent;
             }
         }
@@ -182,7 +183,7 @@ std::vector<int> nodes_in_slot_order(const LBXCharacter* character, const LBXCha
         const float t[3] = {static_cast<float>(node), 0, 0};
         LBXSetNodeStateTQfv(character, state.get(), node, t, identity);
     }
-    std::vector<float> buffer(12 * 213, -1.0f);
+    std::vector<float> buffer(size_t{12} * 213, -1.0f);
     const LBXDataDescription description{0, 0, 16, 32, 48, nullptr};
     LBXGetCharacterStateTransformTQS(character, state.get(), &description, buffer.data());
     std::vector<int> nodes;

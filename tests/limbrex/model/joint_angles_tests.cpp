@@ -10,8 +10,6 @@
 namespace
 {
 
-using double_math::operator+;
-using double_math::operator*;
 using double_math::angle_between;
 using double_math::Mat3;
 using double_math::matrix_of;
