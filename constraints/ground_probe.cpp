@@ -60,10 +60,12 @@ GroundRay ray_of_probe(const CharacterContext& context, const GroundProbe& probe
 // The engine's normal at unit length, level when it has no direction or is too steep to stand on.
 Vec4 standing_normal(Vec4 normal_world)
 {
-    const float length = std::hypot(normal_world.x, normal_world.y, normal_world.z);
-    if (!(length > 0.0f) || !std::isfinite(length)) return kUp_world;
-    const Vec4 unit_normal = scale3(normal_world, 1.0f / length);
-    return is_finite3(unit_normal) && unit_normal.z >= kSteepestUp ? unit_normal : kUp_world;
+    // In doubles no length of three floats overflows.
+    const double x = normal_world.x, y = normal_world.y, z = normal_world.z;
+    const double length = std::sqrt(x * x + y * y + z * z);
+    if (!(length > 0.0) || !std::isfinite(length)) return kUp_world;
+    const Vec4 unit_normal = {static_cast<float>(x / length), static_cast<float>(y / length), static_cast<float>(z / length), 0.0f};
+    return unit_normal.z < kSteepestUp ? kUp_world : unit_normal;
 }
 
 void draw_hit(const CharacterContext& context, Vec4 hit_world, Vec4 normal_world)
@@ -100,17 +102,19 @@ GroundContact probe_ground(const CharacterContext& context, LBXEffectorId effect
     const Vec4 middle = read_goal(context, effector).translation;
     const GroundRay ray = ray_of_probe(context, probe);
     const int32_t ray_count = std::clamp(probe.rayCount, 1, kMostRays);
+    const float radius = std::clamp(probe.radius, -kLongestRay, kLongestRay);
     HitSum sum;
     cast_one(context, middle, ray, sum);
     for (int32_t k = 0; k < ray_count - 1; ++k)
     {
         const float angle = static_cast<float>(k) * kFullTurn_rad / static_cast<float>(ray_count);
-        const Vec4 around = {std::cos(angle) * probe.radius, 0.0f, std::sin(angle) * probe.radius, 0.0f};
+        const Vec4 around = {std::cos(angle) * radius, 0.0f, std::sin(angle) * radius, 0.0f};
         cast_one(context, add3(middle, around), ray, sum);
     }
 
     GroundContact contact;
-    if (sum.count == 0) return contact;
+    // Where a goal is too far away for sums of hits there is no ground either.
+    if (sum.count == 0 || !is_finite3(sum.position_solver)) return contact;
     const float share = 1.0f / static_cast<float>(sum.count);
     contact.position = scale3(sum.position_solver, share);
     contact.rotation = shortest_arc(kUp_solver, direction_to_solver(context, scale3(sum.normal_world, share)));

@@ -2,10 +2,11 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
-#include "gtest/gtest.h"
+#include <gtest/gtest.h>
 
 namespace test_engine
 {
@@ -15,6 +16,7 @@ namespace
 
 // The services are plain functions, so the one engine of a test is found here.
 Engine* g_engine = nullptr;
+Lacking g_lacking = Lacking::Nothing;
 
 struct Call
 {
@@ -106,6 +108,30 @@ struct Services
         return nullptr;
     }
 
+    static int castRay(World* world, const float origin[3], const float direction[3], float length, const void* filter,
+                       float hit_position[3], float hit_normal[3])
+    {
+        const Ray ray = {reinterpret_cast<EngineWorld*>(world),
+                         {origin[0], origin[1], origin[2]},
+                         {direction[0], direction[1], direction[2]},
+                         length,
+                         static_cast<const EngineUnit*>(filter)};
+        g_engine->rays_.push_back(ray);
+        RayHit hit = {};
+        if (!g_engine->ground_ || !g_engine->ground_(ray, hit)) return 0;
+        std::copy_n(hit.position.data(), 3, hit_position);
+        std::copy_n(hit.normal.data(), 3, hit_normal);
+        return 1;
+    }
+
+    static void addLines(LineObject* /*object*/, const uint32_t* colours, const float* starts, const float* ends, uint32_t count)
+    {
+        for (uint32_t i = 0; i < count; ++i, starts += 3, ends += 3)
+        {
+            g_engine->lines_.push_back({colours[i], {starts[0], starts[1], starts[2]}, {ends[0], ends[1], ends[2]}});
+        }
+    }
+
     static bool isAlive(const EngineUnit* candidate)
     {
         for (const auto& unit : g_engine->units_)
@@ -189,8 +215,8 @@ HostUnitService unit_service()
         return reinterpret_cast<NodeTree*>(unit);
     };
     service.reference_id = [](Unit* unit) { return unit_of(unit)->referenceId; };
-    service.physics_actor = [](Unit*) -> PhysicsActor* { return nullptr; };
-    service.collision_filter = [](PhysicsActor*) -> const void* { return nullptr; };
+    service.physics_actor = [](Unit* unit) { return unit_of(unit)->hasBody ? reinterpret_cast<PhysicsActor*>(unit) : nullptr; };
+    service.collision_filter = [](PhysicsActor* actor) -> const void* { return actor; };
     service.resource_name = [](Unit* unit) { return unit_of(unit)->resourceName; };
     service.world = [](Unit* unit) { return handle_of(unit_of(unit)->world); };
     return service;
@@ -226,6 +252,17 @@ HostLogService log_service()
     return service;
 }
 
+HostLineService line_service()
+{
+    HostLineService service = {};
+    service.create = [](DrawingContext* context) { return reinterpret_cast<LineObject*>(context); };
+    service.destroy = [](DrawingContext*, LineObject*) {};
+    service.dispatch = [](DrawingContext*, void*, LineObject*) {};
+    service.reset = [](LineObject*) {};
+    service.add_lines = Services::addLines;
+    return service;
+}
+
 void* get_api(uint32_t service_id)
 {
     static HostScriptService script = script_service();
@@ -237,9 +274,11 @@ void* get_api(uint32_t service_id)
     static HostNodeTreeService node_trees = node_tree_service();
     static HostUnitHandleService handles = {Services::resolve};
     static HostWorldService worlds = {};
+    static HostRayCastService rays = {Services::castRay};
+    static HostLineService lines = line_service();
     compilers.register_compiler = [](const char*, int32_t, CompileFunction) {};
     compilers.declare_type = [](const char*) {};
-    worlds.drawing_context = [](World*) -> DrawingContext* { return nullptr; };
+    worlds.drawing_context = [](World* world) { return reinterpret_cast<DrawingContext*>(world); };
     worlds.register_update = [](World* world, WorldUpdateFunction update) { reinterpret_cast<EngineWorld*>(world)->update = update; };
     switch (service_id)
     {
@@ -252,15 +291,18 @@ void* get_api(uint32_t service_id)
     case kHostNodeTreeServiceId: return &node_trees;
     case kHostUnitHandleServiceId: return &handles;
     case kHostWorldServiceId: return &worlds;
-    default: return nullptr;  // no rays, no lines
+    case kHostRayCastServiceId: return g_lacking == Lacking::RaysAndLines ? nullptr : &rays;
+    case kHostLineServiceId: return g_lacking == Lacking::RaysAndLines ? nullptr : &lines;
+    default: return nullptr;
     }
 }
 
 }  // namespace
 
-Engine::Engine()
+Engine::Engine(Lacking lacking)
 {
     g_engine = this;
+    g_lacking = lacking;
     library_ = dlopen(LIMBREX_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
     if (!library_)
     {
@@ -338,7 +380,16 @@ void Engine::update(EngineWorld& world, float step_s)
         unit->propagate();
         unit->clearChanged();
     }
+    rays_.clear();
     world.update(handle_of(&world), step_s);
+}
+
+std::vector<DrawnLine> Engine::render(EngineWorld& world)
+{
+    hooks_->render_world(handle_of(&world), nullptr);
+    std::vector<DrawnLine> drawn;
+    drawn.swap(lines_);
+    return drawn;
 }
 
 std::vector<Value> Engine::call(const std::string& function, std::initializer_list<Value> arguments)

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <map>
 #include <memory>
@@ -40,6 +41,7 @@ struct EngineUnit
     ChangedFlags changedFlags;
     uint64_t resourceName;
     uint32_t referenceId;
+    bool hasBody = true;  // a physics actor; the unit's address is its filter
     struct EngineWorld* world;
 
     void place(const Vec3& position, const Quat4& rotation);  // the root node's local pose
@@ -53,15 +55,42 @@ struct EngineWorld
     WorldUpdateFunction update = nullptr;
 };
 
+// A ray as the plugin casts it, and what it hits.
+struct Ray
+{
+    const EngineWorld* world;
+    Vec3 origin, direction;
+    float length;
+    const EngineUnit* filtered;  // the unit whose filter came with the ray
+};
+struct RayHit
+{
+    Vec3 position, normal;
+};
+using Ground = std::function<bool(const Ray& ray, RayHit& hit)>;
+
+struct DrawnLine
+{
+    uint32_t colour;
+    Vec3 start, end;
+};
+
 struct Nil
 {};
 // An argument or a result. Numbers are doubles on the way in; results keep the type that they were pushed as.
 using Value = std::variant<Nil, double, int, bool, std::string, Vec3, Quat4, EngineUnit*>;
 
+// What an engine may lack.
+enum class Lacking
+{
+    Nothing,
+    RaysAndLines
+};
+
 class Engine
 {
 public:
-    Engine();
+    explicit Engine(Lacking lacking = Lacking::Nothing);
     ~Engine();  // ends gameplay; a block still allocated then fails the test
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
@@ -87,6 +116,12 @@ public:
     bool offers(const std::string& function) const { return functions_.count(function) != 0; }
     const std::vector<std::string>& functionNames() const { return functionNames_; }
 
+    // Answers the plugin's rays; none: nothing is hit. Every ray since the last update is kept.
+    void setGround(Ground ground) { ground_ = std::move(ground); }
+    const std::vector<Ray>& rays() const { return rays_; }
+    // The lines recorded since the last call.
+    std::vector<DrawnLine> render(EngineWorld& world);
+
     // "level: text" lines since the last call.
     std::vector<std::string> takeLog();
 
@@ -110,6 +145,9 @@ private:
     size_t allocations_ = 0;
     size_t allocationsLeft_ = SIZE_MAX;
     uint32_t nextReferenceId_ = 1;
+    Ground ground_;
+    std::vector<Ray> rays_;
+    std::vector<DrawnLine> lines_;
 };
 
 }  // namespace test_engine
