@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "constraints/aim_constraint.h"
+#include "constraints/fingers_control_constraint.h"
 #include "constraints/floor_contact_constraint.h"
 #include "constraints/invert_joint_constraint.h"
 #include "constraints/lod_constraint.h"
@@ -17,10 +19,13 @@
 #include "constraints/reach_constraints.h"
 #include "constraints/relative_pin_constraint.h"
 #include "constraints/solve_constraint.h"
+#include "constraints/test_biped_constraint.h"
+#include "constraints/test_quadruped_constraint.h"
 #include "constraints/weight_constraints.h"
 #include "contexts/context_declaration.h"
 #include "plugin/script_accessors.h"
 #include "plugin/script_debug_lists.h"
+#include "plugin/script_fingers.h"
 #include "plugin/script_inspection.h"
 #include "plugin/script_settings.h"
 #include "plugin/script_stack.h"
@@ -64,8 +69,11 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_num_constraints", character_num_constraints},
     {"character_get_constraint_type", character_get_constraint_type},
     // Pushes.
+    {"character_push_aim", push_kind<AimConstraint>},
     {"character_push_lod", push_kind<LodConstraint>},
     {"character_push_partial_solving", push_kind<PartialSolvingConstraint>},
+    {"character_push_test_biped", push_kind_of_known_unit<TestBipedConstraint>},
+    {"character_push_test_quadruped", push_kind_of_known_unit<TestQuadrupedConstraint>},
     {"character_push_look_at", push_kind<LookAtConstraint>},
     {"character_push_offset_position", push_kind<OffsetPositionConstraint>},
     {"character_push_offset_rotation", push_kind<OffsetRotationConstraint>},
@@ -79,8 +87,11 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_push_solve", push_kind_of_known_unit<SolveConstraint>},
     {"character_push_property_value", push_kind_of_known_unit<PropertyConstraint>},
     {"character_push_invert", push_kind<InvertJointConstraint>},
+    {"character_push_fingers_control", push_kind<FingersControlConstraint>},
     {"character_push_relative_pin", push_kind<RelativePinConstraint>},
     // Fields of one kind: getter or query, then setter.
+    {"character_aim_set_target_position", character_aim_set_target_position},
+    {"character_aim_set_target_unit", character_aim_set_target_unit},
     {"character_look_at_is_xy_only", get_field<&LookAtConstraint::xyOnly>},
     {"character_look_at_set_xy_only", set_field<&LookAtConstraint::xyOnly>},
     {"character_look_at_get_chest_contribution", get_field<&LookAtConstraint::chestContribution>},
@@ -136,6 +147,12 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_floor_set_ray_up_length", set_field<&FloorContactConstraint::rayUpLength>},
     {"character_floor_get_ray_down_length", get_field<&FloorContactConstraint::rayDownLength>},
     {"character_floor_set_ray_down_length", set_field<&FloorContactConstraint::rayDownLength>},
+    {"character_fingers_is_all", get_field<&FingersControlConstraint::allFingers>},
+    {"character_fingers_set_all", set_field<&FingersControlConstraint::allFingers>},
+    {"character_fingers_is_left", get_field<&FingersControlConstraint::left>},
+    {"character_fingers_set_left", set_field<&FingersControlConstraint::left>},
+    {"character_fingers_get_factor", character_fingers_get_factor},
+    {"character_fingers_set_factor", character_fingers_set_factor},
     // The context as a whole.
     {"character_set_source", character_set_source},
     {"character_get_source", character_get_source},

@@ -1,4 +1,4 @@
-// Targets of looks and aims after the push. The constraint kind comes from the table's row.
+// New targets for looks and aims that are on the stack.
 #pragma once
 
 #include "contexts/script_call.h"
@@ -6,6 +6,8 @@
 namespace script
 {
 
+int character_aim_set_target_position(ScriptCall& call);
+int character_aim_set_target_unit(ScriptCall& call);
 int character_look_at_set_target_unit(ScriptCall& call);
 int character_look_at_set_target_position(ScriptCall& call);
 
