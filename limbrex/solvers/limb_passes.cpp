@@ -10,7 +10,7 @@ namespace
 {
 
 // Of the limb's length: an end this near its target stands on it. Bending a nearly straight limb by rounding noise would turn it visibly.
-constexpr float kMet = 1e-6f;
+constexpr float kMet = 2e-6f;
 
 BendPlane current_plane(const LimbChain& chain)
 {

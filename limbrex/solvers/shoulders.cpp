@@ -91,6 +91,20 @@ bool has_collar(const Solve& solve, const ShoulderRow& row)
     return (solve.mask & row.bit) != 0 && slot_of(solve, row.node) >= 0 && slot_of(solve, row.arm) >= 0;
 }
 
+// Where a collar's turn (axis times angle) brings the arm's root: an extra shoulder carries it on by its share.
+Vec4 root_after(const Solve& solve, const ShoulderRow& row, Vec4 turn)
+{
+    const Vec4 axis = normalize3(turn);
+    const float angle = length3(turn);
+    const int extra = slot_of(solve, row.extra);
+    const float ratio = extra >= 0 ? clamp01(value_of(solve.properties, record::ExtraCollarRatio)) : 0.0f;
+    const Vec4 centre = position(solve, slot_of(solve, row.node));
+    const Vec4 hinge = position(solve, extra >= 0 ? extra : slot_of(solve, row.node));
+    const Quat first = quat_from_axis_angle(axis, angle * (1.0f - ratio));
+    const Quat whole = quat_from_axis_angle(axis, angle);
+    return centre + rotate(first, hinge - centre) + rotate(whole, position(solve, slot_of(solve, row.arm)) - hinge);
+}
+
 // A collar's turn (axis times angle) without what would carry the arm's root so far from the hand that the arm no longer bridges the distance. Each step takes off the part along the lever that moves the root away, so the result follows its inputs without a jump.
 Vec4 turn_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 hand, Vec4 turn)
 {
@@ -102,10 +116,10 @@ Vec4 turn_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 hand, Ve
     const float bridged = max_of(length * 0.9999f, distance3(hand, root));
     for (int i = 0; i < kFitSteps; ++i)
     {
-        const Vec4 to_root = rotate(quat_from_axis_angle(normalize3(turn), length3(turn)), root - centre);
-        const Vec4 from_hand = centre + to_root - hand;
+        const Vec4 moved = root_after(solve, row, turn);
+        const Vec4 from_hand = moved - hand;
         const float beyond = length3(from_hand) - bridged;
-        const Vec4 lever = cross3(to_root, normalize3(from_hand));
+        const Vec4 lever = cross3(moved - centre, normalize3(from_hand));
         const float square = length_squared3(lever);
         if (beyond <= 0.0f || square <= 0.0f) break;
         const float step = min_of(beyond / square, length3(turn) / sqrt_scalar(square));

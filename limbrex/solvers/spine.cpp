@@ -122,7 +122,7 @@ Vec4 stretched_translation(const LimitRecord& limit, Vec4 parent_scale, Vec4 tra
     const float room = (limit.maximumFactor - 1.0f) * request.weight;
     float h;
     if (!request.smooth)
-        h = clampf(ratio, lowest, 1.0f + room);
+        h = min_of(max_of(ratio, lowest), 1.0f + room);
     else if (ratio >= 1.0f)
     {
         // Rises from 1 toward 1 + room with slope 1 at the start.
