@@ -27,6 +27,7 @@
 #include "plugin/script_debug_lists.h"
 #include "plugin/script_fingers.h"
 #include "plugin/script_inspection.h"
+#include "plugin/script_limits.h"
 #include "plugin/script_settings.h"
 #include "plugin/script_stack.h"
 #include "plugin/script_switches.h"
@@ -168,6 +169,10 @@ constexpr ScriptFunctionRow kScriptFunctions[] = {
     {"character_get_node_children_count", character_get_node_children_count},
     {"character_get_node_child_id", character_get_node_child_id},
     {"character_get_node_parent_id", character_get_node_parent_id},
+    {"character_node_has_limits", character_node_has_limits},
+    {"character_node_get_limits", character_node_get_limits},
+    {"character_node_get_limits_draw_info", character_node_get_limits_draw_info},
+    {"character_node_get_limits_draw_line", character_node_get_limits_draw_line},
     {"character_num_markers", character_num_markers},
     {"character_get_marker_position", character_get_marker_position},
     {"character_num_lines", character_num_lines},

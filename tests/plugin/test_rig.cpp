@@ -90,8 +90,8 @@ std::vector<uint8_t> TestRig::compile() const
     const uint32_t parents_offset = stance_offset + 48 * mapping_count;
     const uint32_t limits_offset = parents_offset + 76 * parent_count;
     Bytes bytes;
-    for (const uint32_t word :
-         {0xBD25BE6Fu, 1u, 128u, mapping_count, stance_offset, mapping_count, parents_offset, parent_count, limits_offset, 0u})
+    for (const uint32_t word : {0xBD25BE6Fu, 1u, 128u, mapping_count, stance_offset, mapping_count, parents_offset, parent_count,
+                                limits_offset, static_cast<uint32_t>(limits.size())})
     {
         bytes.word(word);
     }
@@ -120,6 +120,16 @@ std::vector<uint8_t> TestRig::compile() const
         {
             bytes.word(level < offset.parents.size() && !offset.parents[level].empty() ? node_hash(offset.parents[level]) : 0xFFFFFFFFu);
         }
+    }
+    for (const Limits& record : limits)
+    {
+        bytes.word(static_cast<uint32_t>(record.nodeId));
+        for (const float number : record.preRotation) bytes.real(number);
+        for (const float number : {0.0f, 0.0f, 0.0f, 1.0f}) bytes.real(number);
+        for (const float number : record.minimum) bytes.real(number);
+        for (const float number : record.maximum) bytes.real(number);
+        bytes.word(record.active);
+        bytes.word(record.rotationOrder);
     }
     return bytes.take();
 }

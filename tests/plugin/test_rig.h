@@ -16,6 +16,16 @@ struct ParentOffset
     std::vector<std::string> parents;  // nearest first
 };
 
+// Angles in radians about the joint frame's axes.
+struct Limits
+{
+    int nodeId;
+    Quat4 preRotation;
+    Vec3 minimum, maximum;
+    uint32_t active;  // bits 0 to 2 minimum x, y, z; 3 to 5 maximum
+    uint32_t rotationOrder;
+};
+
 struct Mapped
 {
     int nodeId;
@@ -28,6 +38,7 @@ struct TestRig
     std::vector<NodeSpec> nodes;
     std::vector<Mapped> mapping;
     std::vector<ParentOffset> parentOffsets;
+    std::vector<Limits> limits;
     std::string unitName = "test biped";
 
     // The compiled resource, byte by byte.
