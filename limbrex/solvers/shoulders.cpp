@@ -105,27 +105,49 @@ Vec4 root_after(const Solve& solve, const ShoulderRow& row, Vec4 turn)
     return centre + rotate(first, hinge - centre) + rotate(whole, position(solve, slot_of(solve, row.arm)) - hinge);
 }
 
-// A collar's turn (axis times angle) without what would carry the arm's root so far from the hand that the arm no longer bridges the distance. Each step takes off the part along the lever that moves the root away, so the result follows its inputs without a jump.
-Vec4 turn_within_reach(const Solve& solve, const ShoulderRow& row, Vec4 hand, Vec4 turn)
+// How far an arm's root may stand from the hand: folded at the nearest, straight at the farthest, or as it stands.
+struct ArmSpan
 {
-    const LimbRecord& limb = solve.character.limbs[row.limb];
-    const Vec4 centre = position(solve, slot_of(solve, row.node));
+    float nearest, farthest;
+};
+
+ArmSpan arm_span(const Solve& solve, const ShoulderRow& row, Vec4 hand)
+{
     const Vec4 root = position(solve, slot_of(solve, row.arm));
-    const Vec4 middle = position(solve, limb.slots[kLimbMiddle]);
-    const float length = distance3(middle, root) + distance3(position(solve, limb.slots[kLimbEnd]), middle);
-    const float bridged = max_of(length * 0.9999f, distance3(hand, root));
+    const Vec4 middle = position(solve, solve.character.limbs[row.limb].slots[kLimbMiddle]);
+    const float a = distance3(middle, root);
+    const float b = distance3(hand, middle);
+    const float distance = distance3(hand, root);
+    return {min_of(max_of(a - b, b - a) * 1.0001f, distance), max_of((a + b) * 0.9999f, distance)};
+}
+
+// The turn of the collar (axis times angle, at most `most`) that brings a root that is outside the span back to its edge; zero inside. Along the lever that
+// moves the root to or from the hand, so that what it adds follows its inputs without a jump.
+Vec4 turn_into_span(Vec4 centre, Vec4 root, Vec4 hand, const ArmSpan& span, float most)
+{
+    const Vec4 from_hand = root - hand;
+    const float distance = length3(from_hand);
+    const float outside = distance - clampf(distance, span.nearest, span.farthest);
+    const Vec4 lever = cross3(root - centre, normalize3(from_hand));
+    const float square = length_squared3(lever);
+    if (outside == 0.0f || square <= 0.0f) return zero4();
+    const float limit = most / sqrt_scalar(square);
+    return lever * -clampf(outside / square, -limit, limit);
+}
+
+Quat quat_from_turn(Vec4 turn) { return quat_from_axis_angle(normalize3(turn), length3(turn)); }
+
+// Turns the collar without what would carry the arm's root so far from the hand, or so near to it, that the arm no longer bridges the distance. The turn is
+// fitted before it is made, and once more afterwards for what stiffness and limits have made of it.
+void turn_collar_within_span(const Solve& solve, const ShoulderRow& row, Vec4 hand, Vec4 turn)
+{
+    const Vec4 centre = position(solve, slot_of(solve, row.node));
+    const ArmSpan span = arm_span(solve, row, hand);
+    for (int i = 0; i < kFitSteps; ++i) turn += turn_into_span(centre, root_after(solve, row, turn), hand, span, length3(turn));
+    turn_collar(solve, row, quat_from_turn(turn), collar_stiffness(solve.properties));
     for (int i = 0; i < kFitSteps; ++i)
-    {
-        const Vec4 moved = root_after(solve, row, turn);
-        const Vec4 from_hand = moved - hand;
-        const float beyond = length3(from_hand) - bridged;
-        const Vec4 lever = cross3(moved - centre, normalize3(from_hand));
-        const float square = length_squared3(lever);
-        if (beyond <= 0.0f || square <= 0.0f) break;
-        const float step = min_of(beyond / square, length3(turn) / sqrt_scalar(square));
-        turn -= lever * step;
-    }
-    return turn;
+        turn_collar(solve, row, quat_from_turn(turn_into_span(centre, position(solve, slot_of(solve, row.arm)), hand, span, length3(turn))),
+                    zero4());
 }
 
 // Unit direction of the upper arm.
@@ -211,8 +233,7 @@ bool correct_shoulder(const Solve& solve, ShoulderSide side, const ArmBefore& be
     if (angle <= 0.0f) return false;
     const LimbGoals again = goals_again(solve, row, before);
     const Vec4 hand = position(solve, solve.character.limbs[row.limb].slots[kLimbEnd]);
-    const Vec4 turn = turn_within_reach(solve, row, hand, axis * angle);
-    turn_collar(solve, row, quat_from_axis_angle(normalize3(turn), length3(turn)), collar_stiffness(solve.properties));
+    turn_collar_within_span(solve, row, hand, axis * angle);
     update_descendants(solve, slot_of(solve, row.node));
     if (solve.mask & kLimbs[static_cast<size_t>(row.limb)].solveBit) solve_limb_toward(solve, row.limb, true, again);
     return true;
