@@ -88,10 +88,7 @@ void trace_arc(LimitArcTable& table, const Joint& joint, float (&angles_deg)[3],
     for (int step = 1; step <= range.steps() && table.segmentCount < kMostLimitSegments; ++step)
     {
         const Vec4 next = tip(step);
-        table.points[2 * table.segmentCount] = last;
-        table.points[2 * table.segmentCount + 1] = next;
-        table.colours[table.segmentCount] = kAxisColours[joint.axes[moving]];
-        ++table.segmentCount;
+        table.segments[table.segmentCount++] = {last, next, kAxisColours[joint.axes[moving]]};
         last = next;
     }
 }

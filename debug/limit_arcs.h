@@ -8,18 +8,22 @@
 
 struct CharacterContext;
 
-constexpr int32_t kMostLimitPoints = 4096;
-constexpr int32_t kMostLimitSegments = kMostLimitPoints / 2;
+constexpr int32_t kMostLimitSegments = 2048;
 
 struct LimitColour
 {
     int32_t red, green, blue;  // 0 to 255
 };
 
+struct LimitSegment
+{
+    Vec4 start, end;     // solver frame
+    LimitColour colour;  // red, green, blue for x, y, z
+};
+
 struct LimitArcTable
 {
-    Vec4 points[kMostLimitPoints];            // solver frame; two a segment
-    LimitColour colours[kMostLimitSegments];  // one a segment: red, green, blue for x, y, z
+    LimitSegment segments[kMostLimitSegments];
     int32_t segmentCount;
 };
 

@@ -59,14 +59,14 @@ int character_node_get_limits_draw_line(ScriptCall& call)
     const CharacterContext* context = call.requireContext();
     if (!context) return 0;
     const LimitArcTable& table = limit_arcs();
-    const int32_t segment = call.index(2);
-    if (segment < 0 || segment >= table.segmentCount) return call.wrongInputs();
-    int results = 0;
-    for (int end = 0; end < 2; ++end) results += call.push(solver_to_world(*context, table.points[2 * segment + end]));
-    const LimitColour& colour = table.colours[segment];
-    results += call.push(colour.red);
-    results += call.push(colour.green);
-    return results + call.push(colour.blue);
+    const int32_t place = call.index(2);
+    if (place < 0 || place >= table.segmentCount) return call.wrongInputs();
+    const LimitSegment& segment = table.segments[place];
+    int results = call.push(solver_to_world(*context, segment.start));
+    results += call.push(solver_to_world(*context, segment.end));
+    results += call.push(segment.colour.red);
+    results += call.push(segment.colour.green);
+    return results + call.push(segment.colour.blue);
 }
 
 }  // namespace script

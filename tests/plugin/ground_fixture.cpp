@@ -67,7 +67,7 @@ GroundTest::~GroundTest()
     acquireServices();
 }
 
-void GroundTest::acquireServices()
+void GroundTest::acquireServices() const
 {
     g_offersRays = hasRays;
     acquire_host_services(getApi);

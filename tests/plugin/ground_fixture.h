@@ -48,7 +48,7 @@ protected:
     bool hasRays = true;
     bool hasBody = true;
     std::vector<Ray> rays;
-    void acquireServices();  // again, after hasRays was changed
+    void acquireServices() const;  // again, after hasRays was changed
 
 private:
     static void* getApi(uint32_t service_id);

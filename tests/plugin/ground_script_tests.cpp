@@ -12,7 +12,6 @@ namespace test_engine
 namespace
 {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -22,11 +21,11 @@ class GroundScript : public CharacterTest
 {
 protected:
     GroundScript() { keepGoals(); }
-    void pushFloor(Value ray_number = 1.0, Value up = 1.0, Value down = 1.5, Value smoothing = 0.0)
+    void pushFloor(double ray_number = 1.0, double up = 1.0, double down = 1.5, double smoothing = 0.0)
     {
         engine.call("character_push_floor", {unit, true, false, 7, smoothing, ray_number, up, down});
     }
-    void pushPlant(Value rays = 1, Value up = 1.0, Value down = 1.5, bool relative = true, Value smoothing = 0.0, Value depth = 0.0)
+    void pushPlant(int rays = 1, double up = 1.0, double down = 1.5, bool relative = true, double smoothing = 0.0, double depth = 0.0)
     {
         engine.call("character_push_plant", {unit, true, false, 9, rays, up, down, relative, smoothing, depth, 0.25, 0.5});
     }
