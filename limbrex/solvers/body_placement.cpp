@@ -9,7 +9,7 @@ namespace
 
 BodyEffector load(const LBXEffectorSet& effectors, int effector)
 {
-    return {effectors.targets[effector].t, effectors.targets[effector].q, effectors.weights[effector]};
+    return {goal_point(effectors, effector), effectors.targets[effector].q, effectors.weights[effector]};
 }
 
 // Mean of a value of the two up legs; of the one that exists; the fallback without any.

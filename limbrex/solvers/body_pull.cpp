@@ -73,7 +73,7 @@ BodyPlacements current_placements(const Pull& pull)
 Placement toward_target(const Placement& current, const LBXEffectorSet& effectors, int effector)
 {
     const float reach_r = weight_of<kReachR>(effectors, effector);
-    return {lerp4(current.t, effectors.targets[effector].t, weight_of<kReachT>(effectors, effector)),
+    return {lerp4(current.t, goal_point(effectors, effector), weight_of<kReachT>(effectors, effector)),
             reach_r > 0.0f ? quat_blend(current.q, effectors.targets[effector].q, reach_r) : current.q};
 }
 
@@ -164,7 +164,7 @@ float eased(float t, float rise) { return rise * t + (1.0f - rise); }
 Vec4 head_pull(const Pull& pull)
 {
     if (pull.head.base < 0 || pull.weights.pullHead == 0.0f) return zero4();
-    const Vec4 to_goal = pull.solve.effectors.targets[LBXEffectorHead].t - position(pull.solve, pull.head.base);
+    const Vec4 to_goal = goal_point(pull.solve.effectors, LBXEffectorHead) - position(pull.solve, pull.head.base);
     const float distance = length3(to_goal);
     const ExcessCurve curve = {splat(pull.head.currentLength), splat(pull.head.maximumLength), splat(pull.headStiffness),
                                splat(pull.weights.pullHead)};

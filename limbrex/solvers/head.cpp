@@ -180,14 +180,15 @@ void head_stage(const Solve& solve)
 
     update_local(solve, head);
     const Quat saved_rotation = solve.nodes[head].local.q;
-    const Tqs& goal = solve.effectors.targets[LBXEffectorHead];
+    const Quat goal_rotation = solve.effectors.targets[LBXEffectorHead].q;
     const int neck = solve.character.neck.count > 0 ? solve.character.neck.slots[0] : -1;
     if (neck >= 0)
     {
         NeckPoints points = neck_points(solve, head);
         const Quat current = global_rotation(solve, head);
-        distribute_over_neck(solve, points, quat_mul(quat_blend(current, goal.q, reach_r), conjugate(current)));
-        if (reach_t > 0.0f) reach_with_neck(solve, points, lerp4(position(solve, head), goal.t, reach_t));
+        distribute_over_neck(solve, points, quat_mul(quat_blend(current, goal_rotation, reach_r), conjugate(current)));
+        if (reach_t > 0.0f)
+            reach_with_neck(solve, points, lerp4(position(solve, head), goal_point(solve.effectors, LBXEffectorHead), reach_t));
         update_local(solve, head);
         solve.nodes[head].local.q = saved_rotation;
         update_global(solve, head);

@@ -59,10 +59,9 @@ bool solve_light_limb(const Solve& solve, int limb_index)
     if (!limb.complete() || (reach_t <= 0.0f && reach_r <= 0.0f)) return false;
 
     const int end = limb.slots[kLimbEnd];
-    const Tqs& goal = solve.effectors.targets[effector];
     if (reach_t > 0.0f)
     {
-        const Vec4 target = lerp4(position(solve, end), goal.t, reach_t);
+        const Vec4 target = lerp4(position(solve, end), goal_point(solve.effectors, effector), reach_t);
         const Vec4 to_target = target - position(solve, limb.slots[kLimbUpper]);
         aim(solve, limb, to_target);
         bend(solve, limb, length3(to_target));
@@ -70,7 +69,7 @@ bool solve_light_limb(const Solve& solve, int limb_index)
     }
     if (reach_r > 0.0f)
     {
-        solve.nodes[end].global.q = quat_blend(global_rotation(solve, end), goal.q, reach_r);
+        solve.nodes[end].global.q = quat_blend(global_rotation(solve, end), solve.effectors.targets[effector].q, reach_r);
         update_local_rotation(solve, end);
     }
     return true;

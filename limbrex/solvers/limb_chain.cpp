@@ -8,8 +8,8 @@ namespace
 LimbGoal load_goal(const LBXEffectorSet& effectors, int effector)
 {
     const Vec4 weights = effectors.weights[effector];
-    return {effectors.targets[effector].t, effectors.targets[effector].q, lane<kReachT>(weights),
-            lane<kReachR>(weights),        lane<kPull>(weights),          lane<kResist>(weights)};
+    return {goal_point(effectors, effector), effectors.targets[effector].q, lane<kReachT>(weights),
+            lane<kReachR>(weights),          lane<kPull>(weights),          lane<kResist>(weights)};
 }
 
 }  // namespace

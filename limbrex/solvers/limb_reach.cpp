@@ -94,8 +94,8 @@ LimbReach limb_reach(const Solve& solve)
         const float share_m = of_limb(shares.middle, limb);
         const float share_e = of_limb(shares.end, limb);
         const float share_x = of_limb(shares.extremity, limb);
-        targets[limb] = solve.effectors.targets[row.middleEffector].t * share_m + solve.effectors.targets[row.endEffector].t * share_e +
-                        solve.effectors.targets[row.extremityEffector].t * share_x;
+        targets[limb] = goal_point(solve.effectors, row.middleEffector) * share_m + goal_point(solve.effectors, row.endEffector) * share_e +
+                        goal_point(solve.effectors, row.extremityEffector) * share_x;
         reach.upper[limb] = record.complete() ? record.slots[kLimbUpper] : -1;
         if (reach.upper[limb] < 0 || share_m + share_e + share_x == 0.0f) continue;
         const LimbLengths lengths = limb_lengths(solve, limb, share_m, share_e, share_x);

@@ -25,7 +25,8 @@ LegPull leg_pull(const Solve& solve, int limb, int ankle_effector, float left_ov
     if (!record.complete()) return {0.0f, 0.0f, zero4(), zero4()};
     const Vec4 upper = position(solve, record.slots[kLimbUpper]);
     const float pull = weight_of<kReachT>(solve.effectors, ankle_effector) * weight_of<kPull>(solve.effectors, ankle_effector);
-    return {left_over * pull, distance3(position(solve, record.slots[kLimbEnd]), upper), solve.effectors.targets[ankle_effector].t, upper};
+    return {left_over * pull, distance3(position(solve, record.slots[kLimbEnd]), upper), goal_point(solve.effectors, ankle_effector),
+            upper};
 }
 
 // How far, and where to, the ankle's target lies beyond the leg as long as it is now.
@@ -52,7 +53,7 @@ bool pull_hips(const Solve& solve)
     if (hips < 0 || held_iterations == 0 || (left.weight == 0.0f && right.weight == 0.0f && hold == 0.0f)) return false;
 
     StateNode& node = solve.nodes[hips];
-    const Vec4 goal = effectors.targets[LBXEffectorHips].t - rotate(node.global.q, hips_offset(solve.properties));
+    const Vec4 goal = goal_point(effectors, LBXEffectorHips) - rotate(node.global.q, hips_offset(solve.properties));
     const float scale = 1.0f / max_of(1.0f, hold + left.weight + right.weight);
     Vec4 midpoint = hip_joint_midpoint(solve);
     for (int i = 0; i < held_iterations; ++i)

@@ -188,7 +188,7 @@ bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach
     bool turned = false;
     if (reach_t > 0.0f)
     {
-        turn_collar(solve, row, turn_toward(solve, row, lerp4(position(solve, arm), solve.effectors.targets[row.effector].t, reach_t)),
+        turn_collar(solve, row, turn_toward(solve, row, lerp4(position(solve, arm), goal_point(solve.effectors, row.effector), reach_t)),
                     stiffness);
         turned = true;
     }

@@ -52,6 +52,12 @@ inline void update_global(const Solve& solve, int slot)
     node.global.t = above.t + rotate(above.q, node.local.t);
     node.global.q = renormalized(quat_mul(above.q, node.local.q));
 }
+// Where an effector's goal stands. Held within a distance whose square, and the product of two such, a float can still hold.
+inline Vec4 goal_point(const LBXEffectorSet& effectors, int effector)
+{
+    const Vec4 farthest = splat(1e9f);
+    return min4(max4(effectors.targets[effector].t, -farthest), farthest);
+}
 inline Quat global_rotation(const Solve& solve, int slot) { return solve.nodes[slot].global.q; }
 inline Vec4 position(const Solve& solve, int slot) { return solve.nodes[slot].global.t; }
 
