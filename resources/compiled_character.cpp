@@ -127,7 +127,9 @@ bool is_compiled_character(const void* resource)
 
 bool check_compiled_character(const CompiledCharacter* resource, char* problem, size_t problem_size)
 {
-    const Complaint complaint = {problem, problem_size};
+    Complaint complaint;
+    complaint.text = problem;
+    complaint.size = problem_size;
     if (!resource) return complaint.tell("there is no data");
     if (!is_compiled_character(resource))
     {

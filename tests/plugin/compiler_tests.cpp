@@ -9,8 +9,8 @@
 #include "resources/host_services.h"
 #include "resources/output_buffer.h"
 #include "tests/plugin/plugin_services.h"
-#include "gmock/gmock.h"
-#include "gtest/gtest.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace plugin_test
 {
@@ -234,10 +234,10 @@ TEST_F(Compilers, ACreatureIsLaidOutSectionAfterSection)
         "limits": [{"bone": "b", "xmi": 1, "xma": 2, "xmia": 1, "pr_qw": 1, "po_qw": 1, "ord": 3}],
         "natural_pose": [{"bone": "a", "tx": 1, "qw": 1, "sx": 1, "sy": 1, "sz": 1}]})");
     const size_t chains = 92 + 44;
-    const size_t unknown = chains + 2 * 116;
+    const size_t unknown = chains + size_t{2} * 116;
     const size_t limits = unknown + 28;
     const size_t bones = limits + 68;
-    const size_t pose = bones + 5 * 4;
+    const size_t pose = bones + size_t{5} * 4;
     ASSERT_EQ(block.bytes.size(), pose + 52);
     const auto u = [](size_t value) { return static_cast<uint32_t>(value); };
     EXPECT_THAT(block.words(8, 13),

@@ -5,8 +5,8 @@
 #include "resources/host_services.h"
 #include "resources/plugin_allocator.h"
 #include "tests/plugin/plugin_services.h"
-#include "gmock/gmock.h"
-#include "gtest/gtest.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace plugin_test
 {

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "host/source_tree.h"
-#include "gtest/gtest.h"
+#include <gtest/gtest.h>
 
 namespace plugin_test
 {
@@ -121,7 +121,7 @@ HostLineService line_service()
     table.reset = [](LineObject* lines) { note("reset " + name_of(reinterpret_cast<DrawingContext*>(lines))); };
     table.add_lines = [](LineObject* /*lines*/, const uint32_t* colours, const float* starts, const float* ends, uint32_t count)
     {
-        for (uint32_t i = 0; i < count; ++i)
+        for (size_t i = 0; i < count; ++i)
         {
             note("line " + std::to_string(colours[i]) + " from " + std::to_string(static_cast<int>(starts[3 * i])) + " to " +
                  std::to_string(static_cast<int>(ends[3 * i + 2])));

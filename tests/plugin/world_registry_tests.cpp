@@ -9,8 +9,8 @@
 #include "resources/host_services.h"
 #include "resources/plugin_allocator.h"
 #include "tests/plugin/plugin_services.h"
-#include "gmock/gmock.h"
-#include "gtest/gtest.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace plugin_test
 {
@@ -21,6 +21,8 @@ namespace
 using ::testing::ElementsAre;
 
 const World* world_at(uint64_t key) { return reinterpret_cast<const World*>(key); }
+
+uint64_t value_of(uint64_t key) { return key ^ 0x00AA000000000000u; }
 
 // Worked out here: the mixed key, whose remainder is the bucket.
 uint32_t mixed(uint64_t key)
@@ -138,25 +140,25 @@ protected:
         close_plugin_allocator();
     }
 
-    // Each key's value is its complement, so entries that got mixed up show.
+    // Each world's value follows from its key, so entries that got mixed up show. Nothing lies there.
     void put(uint64_t key)
     {
         uint64_t* cell = insert_world_record(registry, world_at(key));
         ASSERT_NE(cell, nullptr);
-        if (*cell == 0) *cell = ~key;
-        EXPECT_EQ(*cell, ~key);
+        if (*cell == 0) *cell = value_of(key);
+        EXPECT_EQ(*cell, value_of(key));
     }
     bool holds(uint64_t key) const
     {
         const WorldRecord* record = find_world_record(registry, world_at(key));
-        EXPECT_TRUE(!record || reinterpret_cast<uint64_t>(record) == ~key) << "another world's record";
+        EXPECT_TRUE(!record || reinterpret_cast<uint64_t>(record) == value_of(key)) << "another world's record";
         return record != nullptr;
     }
     void erase(uint64_t key) { erase_world_record(registry, world_at(key)); }
     std::vector<uint64_t> listing() const
     {
         std::vector<uint64_t> keys;
-        for_each_world(registry, [&keys](const WorldRecord& record) { keys.push_back(~reinterpret_cast<uint64_t>(&record)); });
+        for_each_world(registry, [&keys](const WorldRecord& record) { keys.push_back(value_of(reinterpret_cast<uint64_t>(&record))); });
         return keys;
     }
     uint32_t slotOf(uint64_t key) const
@@ -249,6 +251,7 @@ TEST_F(WorldMap, KeysThatCrowdInTheNextTableGetALargerOne)
 {
     // One key for each of the 19 buckets and eight more, all of which meet in one bucket of a table of 39, whose overflow holds 15.
     std::vector<uint64_t> keys;
+    keys.reserve(28);
     std::vector<uint64_t> extra;
     std::map<uint32_t, uint64_t> first_of_bucket;
     for (uint64_t key = 64; first_of_bucket.size() < 19 || extra.size() < 9; key += 64)
@@ -336,6 +339,7 @@ protected:
     std::vector<uint32_t> numbers() const
     {
         std::vector<uint32_t> result;
+        result.reserve(static_cast<size_t>(record.creatures.count));
         for (int32_t i = 0; i < record.creatures.count; ++i) result.push_back(record.creatures.entries[i]->unitReference);
         return result;
     }
@@ -347,6 +351,7 @@ protected:
 TEST_F(ContextLists, GrowByThirtyTwoAndKeepTheOrderOfCreation)
 {
     std::vector<uint32_t> expected;
+    expected.reserve(70);
     for (uint32_t i = 0; i < 70; ++i)
     {
         ASSERT_TRUE(append_creature_context(record, make(i)));
@@ -380,6 +385,7 @@ TEST_F(ContextLists, RemovingTheLastContextKeepsTheArrayOfAnEmptyList)
 TEST_F(ContextLists, AContextThatFindsNoRoomIsNotAppended)
 {
     std::vector<uint32_t> expected;
+    expected.reserve(32);
     for (uint32_t i = 0; i < 32; ++i)
     {
         append_creature_context(record, make(i));
