@@ -17,7 +17,7 @@ struct GroundSample
 };
 
 // A surface that has one height everywhere, as the plugin's vertical rays see it: hit from the origin down to the ray's length.
-inline Ground surface(std::function<GroundSample(float x, float y)> sample)
+inline Ground surface(const std::function<GroundSample(float x, float y)>& sample)
 {
     return [sample](const Ray& ray, RayHit& hit)
     {
