@@ -235,8 +235,9 @@ struct Scene
                 for (int limb = 0; limb < 4; ++limb)
                     if (node == kLimbs[limb].middle) return about(bend_axis_local(limb), random.number(0.15, 1.7));
                 if (node == LBXNodeHips) return hips;
-                return node == LBXNodeReference || node == LBXNodeHipsTranslation ? identity()
-                                                                                  : about(random.direction(), random.number(0, size));
+                const bool rigid = node == LBXNodeReference || node == LBXNodeHipsTranslation || node >= LBXNodeFirstLeafRoll ||
+                                   (node >= LBXNodeLeftUpLegRoll && node <= LBXNodeRightForeArmRoll);
+                return rigid ? identity() : about(random.direction(), random.number(0, size));
             },
             random.vector(0.3 * height()));
     }
