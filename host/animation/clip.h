@@ -21,10 +21,10 @@ struct JointPose
 
 struct Joint
 {
-    std::string name;   // unique within the skeleton
-    int32_t parent;     // index of an earlier joint, -1 for a root
-    JointPose rest;     // the file's own rest (zero or bind) pose, relative to the parent
-    bool endSite;       // a tip without motion of its own (BVH End Site, engine "_end" or "_nub" leaf)
+    std::string name;  // unique within the skeleton
+    int32_t parent;    // index of an earlier joint, -1 for a root
+    JointPose rest;    // the file's own rest (zero or bind) pose, relative to the parent
+    bool endSite;      // a tip without motion of its own (BVH End Site, engine "_end" or "_nub" leaf)
 };
 
 struct Skeleton
@@ -37,7 +37,7 @@ struct Clip
     std::string name;
     double framesPerSecond = 30.0;
     uint32_t frameCount = 0;
-    std::vector<JointPose> poses;   // frame-major: poses[frame * jointCount + joint]
+    std::vector<JointPose> poses;  // frame-major: poses[frame * jointCount + joint]
 };
 
 // One imported file: a skeleton and the clips that move it.
@@ -46,7 +46,7 @@ struct Asset
     std::string path;
     Skeleton skeleton;
     std::vector<Clip> clips;
-    std::vector<std::string> notes; // what the importer changed or could not use, in plain words
+    std::vector<std::string> notes;  // what the importer changed or could not use, in plain words
 };
 
 }  // namespace limbrex_host

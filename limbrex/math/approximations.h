@@ -53,7 +53,8 @@ inline Vec4 atan2_4(Vec4 y, Vec4 x)
     const Vec4 r2 = r * r;
     const Vec4 base =
         r * (splat(0.99997726f) +
-             r2 * (splat(-0.33262347f) + r2 * (splat(0.19354346f) + r2 * (splat(-0.11643287f) + r2 * (splat(0.05265332f) + r2 * splat(-0.01172120f))))));
+             r2 * (splat(-0.33262347f) +
+                   r2 * (splat(0.19354346f) + r2 * (splat(-0.11643287f) + r2 * (splat(0.05265332f) + r2 * splat(-0.01172120f))))));
     const Vec4 folded = select4(less4(ax, ay), splat(kHalfPi) - base, base);
     const Vec4 half_plane = select4(less4(x, zero4()), splat(kPi) - folded, folded);
     return or4(half_plane, and4(y, sign_mask()));
@@ -65,14 +66,15 @@ inline Vec4 pow4(Vec4 x, Vec4 p)
 {
     const Vec4 mantissa_bits = bits4(0x007FFFFFu, 0x007FFFFFu, 0x007FFFFFu, 0x007FFFFFu);
     const Vec4 m = or4(and4(x, mantissa_bits), splat(0.5f));  // 0.5 to 1
-    const Vec4 k = int_bits_to_float(shift_right_bits<23>(and4(x, bits4(0x7F800000u, 0x7F800000u, 0x7F800000u, 0x7F800000u)))) - splat(126.0f);
-    const Vec4 log2_m =
-        (((splat(5.640069f) - splat(1.4425762f) * m) * m - splat(9.083834f)) * m + splat(8.46046f)) * m - splat(3.574119f);
+    const Vec4 k =
+        int_bits_to_float(shift_right_bits<23>(and4(x, bits4(0x7F800000u, 0x7F800000u, 0x7F800000u, 0x7F800000u)))) - splat(126.0f);
+    const Vec4 log2_m = (((splat(5.640069f) - splat(1.4425762f) * m) * m - splat(9.083834f)) * m + splat(8.46046f)) * m - splat(3.574119f);
     const Vec4 y = p * (k + log2_m);
     const Vec4 held = min4(max4(y, splat(-300.0f)), splat(300.0f));  // beyond this the result is 0 or infinite anyway
     const Vec4 i = float_to_int_bits(held);
     const Vec4 f = held - truncate4(held);
-    const Vec4 exp2_f = (((splat(0.0099301925f) * f + splat(0.05765193f)) * f + splat(0.2400698f)) * f + splat(0.69234806f)) * f + splat(1.0f);
+    const Vec4 exp2_f =
+        (((splat(0.0099301925f) * f + splat(0.05765193f)) * f + splat(0.2400698f)) * f + splat(0.69234806f)) * f + splat(1.0f);
     const Vec4 infinity = bits4(0x7F800000u, 0x7F800000u, 0x7F800000u, 0x7F800000u);
     const Vec4 bits = add_int_bits(exp2_f, shift_left_bits<23>(i));
     const Vec4 capped = select4(greater_int_bits(bits, infinity), infinity, bits);

@@ -84,8 +84,7 @@ inline Quat shortest_arc_reaching(Vec4 a, Vec4 b)
 {
     const float scale = sqrt_scalar(dot3f(a, a) * dot3f(b, b));
     const float scalar = scale + dot3f(a, b);
-    if (scale > 0.0f && scalar <= kOppositeDirections * scale)
-        return perpendicular3(a);  // w = 0: half a turn
+    if (scale > 0.0f && scalar <= kOppositeDirections * scale) return perpendicular3(a);  // w = 0: half a turn
     return shortest_arc(a, b);
 }
 

@@ -43,11 +43,13 @@ inline Tqs relative_to(const Tqs& parent, const Tqs& global)
 {
     const Vec4 inverse_scale = safe_reciprocal(parent.s);
     const Quat inverse = conjugate(parent.q);
-    return {xyz(rotate(inverse, global.t - parent.t) * inverse_scale), quat_mul(inverse, global.q), with_w(global.s * inverse_scale, splat(1.0f))};
+    return {xyz(rotate(inverse, global.t - parent.t) * inverse_scale), quat_mul(inverse, global.q),
+            with_w(global.s * inverse_scale, splat(1.0f))};
 }
 inline Tqs composed(const Tqs& parent, const Tqs& local)
 {
-    return {parent.t + rotate(parent.q, parent.s * local.t), normalize_quat(quat_mul(parent.q, local.q)), with_w(local.s * parent.s, splat(1.0f))};
+    return {parent.t + rotate(parent.q, parent.s * local.t), normalize_quat(quat_mul(parent.q, local.q)),
+            with_w(local.s * parent.s, splat(1.0f))};
 }
 
 }  // namespace lbx
