@@ -125,6 +125,15 @@ TEST(BodyPlacement, StretchRecordsLetTheSpineGrowTowardTheChestsGoalAndRestOther
         float t[4], q[4], s[4];
         LBXGetNodeStateTQSfv(scene.character(), scene.state.get(), LBXNodeSpine1, t, q, s);
         EXPECT_NEAR(s[1], k ? 1 + 0.08 / (before[LBXNodeLeftShoulder].t[1] - before[LBXNodeSpine].t[1]) : 1.0, 1e-4);
+        // Scales grow with the factor. A rest length counts its parent's scale: grown for the first node above Spine, not yet for the others.
+        const int chain[] = {LBXNodeHips, LBXNodeSpine, LBXNodeSpine1, LBXNodeSpine2};
+        const double parent_scale[] = {1.0, s[1], 1.0}, minimum = 0.8f, maximum = 1.3f;
+        for (size_t i = 0; i < 3; ++i)
+        {
+            const double rest = distance(scene.stance(chain[i + 1]), scene.stance(chain[i]));
+            EXPECT_NEAR(distance(scene.at(chain[i + 1]), scene.at(chain[i])),
+                        slow_stretched(rest * parent_scale[i], minimum, maximum, rest, s[1], k, true), 1e-5);
+        }
     }
     EXPECT_LT(reached[0], 1e-6);
     EXPECT_GT(reached[1], 0.03);
