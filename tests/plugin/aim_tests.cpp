@@ -5,6 +5,7 @@
 #include "constraints/aim_constraint.h"
 #include "tests/plugin/character_fixture.h"
 #include "tests/plugin/kind_fixture.h"
+#include "tests/plugin/variant_rigs.h"
 
 namespace test_engine
 {
@@ -93,6 +94,34 @@ TEST_F(Aim, EveryStageTurnsByItsShareOfTheWholeTurn)
     EXPECT_LT(shoulder[2] * shoulder[3], 0.0f) << "from +x to -y is clockwise seen from above";
     EXPECT_NEAR(angleOf_deg(LBXEffectorRightShoulder), 0.0, kTolerance_deg);
     for (const int id : {0, 10, 13, 7, 3}) EXPECT_THAT(effector(id).position, Near3(stance[static_cast<size_t>(id)].position, 1e-5));
+}
+
+TEST_F(Aim, TheCarriedThingPointsAtTheTargetWhereverTheUnitStands)
+{
+    const TestRig with_hands = biped_with_hands();
+    engine.addResource("hands", with_hands.compile());
+    EngineUnit& handed = spawn_biped(engine, world, with_hands);
+    engine.call("character_declare_context", {&handed, "hands"});
+    handed.place(kAwkwardPlace, awkward_turn());
+    const auto fingers = with_hands.nodeIndex("RightHandMiddle1");
+    const auto played = handed.localPoses;
+    engine.update(world);
+    const Vec3 hand = world_position(handed, with_hands.nodeIndex("RightHand"));
+    for (const Vec3& step : {Vec3{0, -1, 0.1f}, Vec3{0.4f, 0.7f, -0.6f}, Vec3{-1, 0.2f, 0.3f}, Vec3{0.3f, 0.3f, 1}})
+    {
+        const Vec3 target = {hand[0] + 3 * step[0], hand[1] + 3 * step[1], hand[2] + 3 * step[2]};
+        engine.call("character_push_aim", {&handed, LBXEffectorRightWrist, 0.0, 0.1, 0.2, 0.3, static_cast<int>(fingers) + 1, false, Nil(),
+                                           0, target, true, 0.0, false, 1.0, 0.0, 1});
+        handed.localPoses = played;
+        engine.update(world);
+        handed.propagate();
+        const Vec3 from = world_position(handed, with_hands.nodeIndex("RightHand")), to = world_position(handed, fingers);
+        double along = 0.0;
+        for (size_t k = 0; k < 3; ++k) along += (static_cast<double>(to[k]) - from[k]) * (static_cast<double>(target[k]) - from[k]);
+        const double cosine = along / (distance(from, to) * distance(from, target));
+        EXPECT_GT(cosine, std::cos(20.0 * M_PI / 180.0)) << "the arm has moved, the direction was from where the hand was";
+        engine.call("character_pop", {&handed});
+    }
 }
 
 TEST_F(Aim, StagesEndAtTheAttachmentWhichTurnsAllTheWay)
