@@ -33,6 +33,7 @@ void* realloc(void* block, size_t size) noexcept
     return __libc_realloc(block, size);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier, readability-identifier-naming)
 
 TEST(Allocation, NoSolveTakesMemory)
 {

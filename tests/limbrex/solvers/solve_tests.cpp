@@ -261,6 +261,7 @@ TEST(PostProcess, MirrorExchangesTheSidesOnceAndTwiceGivesThePoseBack)
     LBXPropertySetMode(scene.properties.get(), LBXPropertyMirror, 1);
     const Pose before = scene.pose();
     std::vector<Joint> goals;
+    goals.reserve(LBXLastEffectorId);
     for (int e = 0; e < LBXLastEffectorId; ++e) goals.push_back(scene.goal(e));
     const float pull = LBXGetEffectorPull(scene.set.get(), LBXEffectorLeftWrist);
     scene.stages(kPostProcess);

@@ -123,10 +123,10 @@ struct Scene
 
     const LBXCharacter* character() const { return rig.character; }
     int parent(int node) const { return LBXGetParentNodeId(rig.character, node); }
-    void mask(uint32_t bits) { LBXSetEffectorSetSolvingStep(set.get(), bits); }
-    void value(int property, double v) { LBXPropertySetValue(properties.get(), property, static_cast<float>(v)); }
-    void place_effectors() { LBXEffectorSetFromState(character(), set.get(), state.get(), properties.get()); }
-    void weigh(int effector, const Weights& w)
+    void mask(uint32_t bits) const { LBXSetEffectorSetSolvingStep(set.get(), bits); }
+    void value(int property, double v) const { LBXPropertySetValue(properties.get(), property, static_cast<float>(v)); }
+    void place_effectors() const { LBXEffectorSetFromState(character(), set.get(), state.get(), properties.get()); }
+    void weigh(int effector, const Weights& w) const
     {
         LBXSetEffectorReachT(set.get(), effector, w.reachT);
         LBXSetEffectorReachR(set.get(), effector, w.reachR);
@@ -139,23 +139,23 @@ struct Scene
         LBXGetEffectorStateTQfv(set.get(), effector, t, q);
         return {{t[0], t[1], t[2]}, {q[0], q[1], q[2], q[3]}};
     }
-    void goal(int effector, const Vec3& at, const Quat& turned)
+    void goal(int effector, const Vec3& at, const Quat& turned) const
     {
         float t[3], q[4], s[3] = {1, 1, 1};
         for (size_t i = 0; i < 3; ++i) t[i] = static_cast<float>(at[i]);
         for (size_t i = 0; i < 4; ++i) q[i] = static_cast<float>(turned[i]);
         LBXSetEffectorStateTQSfv(set.get(), effector, t, q, s);
     }
-    void goal(int effector, const Vec3& at) { goal(effector, at, goal(effector).q); }
-    void want(int effector, const Vec3& at, const Weights& w)
+    void goal(int effector, const Vec3& at) const { goal(effector, at, goal(effector).q); }
+    void want(int effector, const Vec3& at, const Weights& w) const
     {
         goal(effector, at);
         weigh(effector, w);
     }
 
-    void solve() { LBXSolveForEffectorSet(character(), state.get(), set.get(), properties.get()); }
-    void solve_low() { LBXSolveForEffectorSetLowDefinition(character(), state.get(), set.get(), properties.get()); }
-    void stages(uint32_t bits) { LBXDebugSolveStages(character(), state.get(), set.get(), properties.get(), bits); }
+    void solve() const { LBXSolveForEffectorSet(character(), state.get(), set.get(), properties.get()); }
+    void solve_low() const { LBXSolveForEffectorSetLowDefinition(character(), state.get(), set.get(), properties.get()); }
+    void stages(uint32_t bits) const { LBXDebugSolveStages(character(), state.get(), set.get(), properties.get(), bits); }
 
     Joint stored(int node) const
     {
@@ -171,7 +171,7 @@ struct Scene
         const auto& t = rig.stance[static_cast<size_t>(node)].t;
         return {t[0], t[1], t[2]};
     }
-    void put(int node, const Joint& joint)
+    void put(int node, const Joint& joint) const
     {
         const auto& q = rig.stance[static_cast<size_t>(node)].q;
         const Quat absolute = normalized(mul(joint.q, Quat{q[0], q[1], q[2], q[3]}));
@@ -192,7 +192,7 @@ struct Scene
         std::memcpy(all.data(), state.get(), all.size());
         return all;
     }
-    void restore(const std::vector<char>& all) { std::memcpy(static_cast<void*>(state.get()), all.data(), all.size()); }
+    void restore(const std::vector<char>& all) const { std::memcpy(static_cast<void*>(state.get()), all.data(), all.size()); }
     // Linked nodes, parents before children.
     std::vector<int> linked() const
     {
@@ -206,7 +206,7 @@ struct Scene
     }
     // Every node by a local rotation; bones keep their stance lengths.
     template <class LocalTurn>
-    void pose_by(LocalTurn local, const Vec3& shift = {0, 0, 0})
+    void pose_by(LocalTurn local, const Vec3& shift = {0, 0, 0}) const
     {
         Pose joints(LBXLastNodeId, Joint{{0, 0, 0}, identity()});
         for (const int node : linked())
@@ -226,7 +226,7 @@ struct Scene
         place_effectors();
     }
     // A pose as captured motion has them: knees and elbows bent their own way, everything else turned by up to `size` radians.
-    void random_pose(Random& random, double size = 0.4)
+    void random_pose(Random& random, double size = 0.4) const
     {
         const Quat hips = about(random.direction(), random.number(0, 2.5 * size));
         pose_by(
