@@ -13,6 +13,8 @@ long allocation_count = 0;
 
 }  // namespace
 
+// The C library names its own operations this way.
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-identifier-naming)
 extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
