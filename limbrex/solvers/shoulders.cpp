@@ -118,7 +118,9 @@ ArmSpan arm_span(const Solve& solve, const ShoulderRow& row, Vec4 hand)
     const float a = distance3(middle, root);
     const float b = distance3(hand, middle);
     const float distance = distance3(hand, root);
-    return {min_of(max_of(a - b, b - a) * 1.0001f, distance), max_of((a + b) * 0.9999f, distance)};
+    // Near the fold the elbow's plane is all but lost, so the collar keeps a quarter of the shorter bone away from it.
+    const float folded = max_of(a - b, b - a) + 0.25f * min_of(a, b);
+    return {min_of(folded, distance), max_of((a + b) * 0.9999f, distance)};
 }
 
 // The turn of the collar (axis times angle, at most `most`) that brings a root that is outside the span back to its edge; zero inside. Along the lever that
