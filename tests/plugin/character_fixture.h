@@ -6,8 +6,8 @@
 #include "limbrex/limbrex.h"
 #include "tests/plugin/test_engine.h"
 #include "tests/plugin/test_rig.h"
-#include "gmock/gmock.h"
-#include "gtest/gtest.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace test_engine
 {

@@ -3,8 +3,8 @@
 #include <set>
 
 #include "tests/plugin/test_engine.h"
-#include "gmock/gmock.h"
-#include "gtest/gtest.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace test_engine
 {
