@@ -35,6 +35,6 @@ void place_hips(const Solve& solve, Vec4 midpoint, Quat rotation);
 // to update. False when no weight asked for anything and the pose was not touched.
 bool place_body(const Solve& solve, const BodyTriple& body, const SpineInputs& inputs);
 // The hips part alone (steps shared with the low-definition solve).
-bool place_hips_by_effector(const Solve& solve, const BodyEffector& hips);
+bool place_hips_by_effector(const Solve& solve, const BodyEffector& effector);
 
 }  // namespace lbx
