@@ -21,6 +21,11 @@ LBX_API void LBXDebugAnglesFromRotation(const LBXCharacter* character, int node,
 LBX_API void LBXDebugRotationFromAngles(const LBXCharacter* character, int node, const float* angles3, float* q4);
 /** The stored global transform, relative to the stance. Four floats each. */
 LBX_API void LBXDebugGetStoredNodeTQ(const LBXCharacter* character, const LBXCharacterState* state, int node, float* t4, float* q4);
+/** Where the contact points of a floor contact (0 left hand, 1 right hand, 2 left foot, 3 right foot) stand on a pose, from the sizes and the contact
+ * type of the property set: six points of four floats, solver frame. Returns how many of them are held above the floor, 6 or the first 4; 0, nothing
+ * written, when the rig has no such hand or foot. */
+LBX_API int LBXDebugGetContactPoints(const LBXCharacter* character, const LBXCharacterState* state, const LBXPropertySet* properties,
+                                     int contact, float* points24);
 /** Runs chosen stages of the full solve alone: bit k runs stage k + 1 (prepare, floor clamp, body, limbs, fingers, head, floor contact,
  * hips translation, roll extraction, post-process). The set's solving-step mask still applies. */
 LBX_API void LBXDebugSolveStages(const LBXCharacter* character, LBXCharacterState* state, LBXEffectorSet* set,

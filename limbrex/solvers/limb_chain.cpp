@@ -17,8 +17,12 @@ LimbGoal load_goal(const LBXEffectorSet& effectors, int effector)
 LimbGoals limb_goals(const Solve& solve, int limb)
 {
     const LimbRow& row = kLimbs[static_cast<size_t>(limb)];
-    return {load_goal(solve.effectors, row.rootEffector), load_goal(solve.effectors, row.middleEffector),
-            load_goal(solve.effectors, row.endEffector), load_goal(solve.effectors, row.extremityEffector), false};
+    return {load_goal(solve.effectors, row.rootEffector),
+            load_goal(solve.effectors, row.middleEffector),
+            load_goal(solve.effectors, row.endEffector),
+            load_goal(solve.effectors, row.extremityEffector),
+            false,
+            1.0f};
 }
 
 LimbChain make_limb_chain(const Solve& solve, int limb, bool arm, const LimbGoals& goals)

@@ -18,6 +18,7 @@ struct LimbGoals
 {
     LimbGoal root, middle, end, extremity;
     bool placed;  // translations are where the joints shall stand; their reaches have been applied and only share the limb
+    float plane;  // 1: the limb is brought into its own bending plane as far as it reaches; less: by less
 };
 // As the effector set has them.
 LimbGoals limb_goals(const Solve& solve, int limb);

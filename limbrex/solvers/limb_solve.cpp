@@ -98,12 +98,13 @@ bool solve_limb_toward(const Solve& solve, int limb, bool arm, const LimbGoals& 
 
     orient_joint(chain, chain.upper, chain.rootGoal, true);
     orient_joint(chain, chain.middle, chain.middleGoal, true);
-    const float swing = realistic_swing(chain) * total;
+    const float into_plane = total * goals.plane;
+    const float swing = realistic_swing(chain) * into_plane;
     Quat kept_turn = quat_identity();
     if (total > kNoShare)
     {
-        if (!chain.realisticArm) unbend(chain, total);
-        if (may_align(chain)) kept_turn = align_bend_plane(chain, total);
+        if (!chain.realisticArm) unbend(chain, into_plane);
+        if (may_align(chain)) kept_turn = align_bend_plane(chain, into_plane);
         if (yields_to_forearm_twist(chain)) spend_forearm_twist(chain);
     }
     if (!run_passes(chain, passes)) orient_joint(chain, chain.end, chain.endGoal, false);

@@ -8,10 +8,10 @@ namespace
 
 using Stage = void (*)(const lbx::Solve&);
 
-// In the order of the solve; null where no stage of this place exists for characters without floor contacts.
+// In the order of the solve.
 constexpr Stage kStages[] = {
-    lbx::prepare_stage,          nullptr,         lbx::body_stage,         lbx::limbs_stage, nullptr, lbx::head_stage, nullptr,
-    lbx::hips_translation_stage, lbx::roll_stage, lbx::post_process_stage,
+    lbx::prepare_stage,       lbx::floor_clamp_stage,      lbx::body_stage, lbx::limbs_stage,        lbx::fingers_stage, lbx::head_stage,
+    lbx::floor_contact_stage, lbx::hips_translation_stage, lbx::roll_stage, lbx::post_process_stage,
 };
 
 void run_stages(const LBXCharacter& character, LBXCharacterState& state, LBXEffectorSet& set, const LBXPropertySet& properties,
@@ -22,7 +22,7 @@ void run_stages(const LBXCharacter& character, LBXCharacterState& state, LBXEffe
     for (size_t i = 0; i < sizeof(kStages) / sizeof(kStages[0]); ++i)
     {
         const bool wanted = (stages >> i & 1u) != 0 && (i == 0 || solve.mask != 0);  // an empty mask ends the solve after the first stage
-        if (wanted && kStages[i] != nullptr) kStages[i](solve);
+        if (wanted) kStages[i](solve);
     }
 }
 
