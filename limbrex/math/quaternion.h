@@ -50,6 +50,12 @@ inline Quat quat_blend(Quat from, Quat to, float alpha)
     return normalize_quat(from + (facing - from) * alpha);
 }
 
+// The same between unit quaternions, where a whole weight arrives.
+inline Quat rotation_toward(Quat current, Quat target, float weight)
+{
+    return weight < 1.0f ? quat_blend(current, target, weight) : target;
+}
+
 // Rotation about a unit axis by twice half_angle (radians).
 inline Quat quat_from_axis_half_angle(Vec4 axis, float half_angle)
 {

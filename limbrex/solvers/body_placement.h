@@ -11,7 +11,7 @@ namespace lbx
 struct BodyEffector
 {
     Vec4 t;
-    Quat q;
+    Quat q;        // unit
     Vec4 weights;  // reach T, reach R, pull, resist
 };
 struct BodyTriple
@@ -27,12 +27,14 @@ struct SpineInputs
     bool spine;                // whether the spine part runs at all
 };
 
-// Midpoint of the up legs' globals; of the one that the rig has; of the hips without any.
+// Midpoint of the up legs, in the frame of the hips; of the one that the rig has; the hips' own place without any.
+Vec4 midpoint_in_hips(const Solve& solve);
+// The same in the solver frame, wherever the hips stand now.
 Vec4 hip_joint_midpoint(const Solve& solve);
-// Puts the hip-joint midpoint on a point with the hips turned as given: global, local and limit of Hips, globals of what hangs on it directly.
+// Puts the hip-joint midpoint on a point with the hips turned as given: global, local and limit of Hips. What hangs on it is the caller's to update.
 void place_hips(const Solve& solve, Vec4 midpoint, Quat rotation);
-// Hips and spine by the triple's targets and weights. Globals are current down to up legs and arms afterwards; what hangs below those is the caller's
-// to update. False when no weight asked for anything and the pose was not touched.
+// Hips and spine by the triple's targets and weights. Globals are current up to the chest afterwards; what hangs on hips and chest is the caller's to
+// update. False when no weight asked for anything and the pose was not touched.
 bool place_body(const Solve& solve, const BodyTriple& body, const SpineInputs& inputs);
 // The hips part alone (steps shared with the low-definition solve).
 bool place_hips_by_effector(const Solve& solve, const BodyEffector& effector);

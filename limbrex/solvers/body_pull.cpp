@@ -4,6 +4,7 @@
 
 #include "limbrex/solvers/body_placement.h"
 #include "limbrex/solvers/body_weights.h"
+#include "limbrex/solvers/spine.h"
 
 namespace lbx
 {
@@ -36,12 +37,19 @@ struct Gravity
     float strength;  // 0 off
 };
 
-// All that stays as it is through the iterations.
+// What hips and chest carry along without its own joints moving, in their frames, so that the iterations leave legs, shoulders and neck alone.
+struct Carried
+{
+    PointLanes limbRoots;  // of the legs on the hips, of the arms on the chest
+    Vec4 headBase;         // on the chest
+};
+
+// All but the carried points stays as it is through the iterations.
 struct Pull
 {
     const Solve& solve;
-    int hips, spine, chest;
-    int iterations;  // N + 2
+    int hips, spine, chest;  // slots; without a spine the hips are the chest
+    int iterations;          // N + 2
     bool moveSpine;
     BodyPlacements goals;
     LimbReach limbs;
@@ -50,15 +58,35 @@ struct Pull
     Vec4 limbStiffness;  // powered
     float headStiffness;
     Gravity gravity;
-    Quat spineStart;  // local rotation of Spine
-    Vec4 hipsOffset, chestOffset;
+    Quat spineStart;        // local rotation of Spine
+    Vec4 hipsPoint;         // of the hips effector, in the frame of the hips
+    Vec4 chestOffset;       // in the frame of the chest
+    bool hipsHeld;          // the hips effector wants something
+    bool chestHeld;         // the chest's end effector does
+    bool shouldersStretch;  // with the spine, so that what the chest carries changes its place
+    Carried carried;
 };
+
+QuatLanes carriers(const Pull& pull) { return quat_lanes(global_rotation(pull.solve, pull.hips), global_rotation(pull.solve, pull.chest)); }
+PointLanes carrier_points(const Pull& pull) { return point_lanes(position(pull.solve, pull.hips), position(pull.solve, pull.chest)); }
+
+Carried carried_points(const Pull& pull)
+{
+    const Solve& solve = pull.solve;
+    const Tqs& chest = solve.nodes[pull.chest].global;
+    const QuatLanes q = carriers(pull);
+    const QuatLanes inverse = {-q.x, -q.y, -q.z, q.w};
+    const Vec4 head = pull.head.base >= 0 ? rotate_inverse(chest.q, position(solve, pull.head.base) - chest.t) : zero4();
+    return {rotate_lanes(inverse, limb_roots(solve, pull.limbs) - carrier_points(pull)), head};
+}
+PointLanes current_roots(const Pull& pull) { return carrier_points(pull) + rotate_lanes(carriers(pull), pull.carried.limbRoots); }
 
 BodyPlacements current_placements(const Pull& pull)
 {
     const Solve& solve = pull.solve;
     BodyPlacements placed;
-    placed.hips = {hips_effector_point(solve.character, solve.nodes, pull.hipsOffset), global_rotation(solve, pull.hips)};
+    const Tqs& hips = solve.nodes[pull.hips].global;
+    placed.hips = {hips.t + rotate(hips.q, pull.hipsPoint), hips.q};
     if (pull.spine < 0)
     {
         placed.chestOrigin = placed.hips;
@@ -153,9 +181,8 @@ void place_weighted(const Pull& pull, BodyPlacements body, const WeightedPlaceme
     }
     if (w.hipsT > 0.0f || w.chestT > 0.0f)
         body.hips.t += (goals.hips.t - body.hips.t) * w.hipsT + (goals.chestEnd.t - body.chestEnd.t) * w.chestT;
-    place_hips(pull.solve, body.hips.t - rotate(body.hips.q, pull.hipsOffset), body.hips.q);
-    update_spine(pull.solve);
-    update_shoulders(pull.solve);
+    place_hips(pull.solve, body.hips.t - rotate(body.hips.q, hips_offset(pull.solve.properties)), body.hips.q);
+    bring_spine(pull.solve, quat_identity(), 0.0f);
 }
 
 // How eagerly each kind of pull acts at progress t, 0 to 1: all end at 1, the directest start highest.
@@ -164,67 +191,66 @@ float eased(float t, float rise) { return rise * t + (1.0f - rise); }
 Vec4 head_pull(const Pull& pull)
 {
     if (pull.head.base < 0 || pull.weights.pullHead == 0.0f) return zero4();
-    const Vec4 to_goal = goal_point(pull.solve.effectors, LBXEffectorHead) - position(pull.solve, pull.head.base);
+    const Tqs& chest = pull.solve.nodes[pull.chest].global;
+    const Vec4 to_goal = goal_point(pull.solve.effectors, LBXEffectorHead) - (chest.t + rotate(chest.q, pull.carried.headBase));
     const float distance = length3(to_goal);
     const ExcessCurve curve = {splat(pull.head.currentLength), splat(pull.head.maximumLength), splat(pull.headStiffness),
                                splat(pull.weights.pullHead)};
     return normalize3(to_goal) * smooth_excess(curve, splat(distance));
 }
 
-// The swing that a pull of a joint asks of the body about a centre.
-Quat swing(const Solve& solve, int node, Vec4 centre, Vec4 pull)
+// What the four limbs ask of the body in this iteration: by their pulls, and by the swings about hips and chest that these pulls amount to.
+struct LimbPulls
 {
-    const int slot = slot_of(solve, node);
-    if (slot < 0) return quat_identity();
-    const Vec4 arm = position(solve, slot) - centre;
-    return shortest_arc(arm, arm + pull);
+    FourVectors pull;
+    FourVectors swing;
+};
+LimbPulls limb_pulls(const Pull& pull, const BodyPlacements& body)
+{
+    const PointLanes roots = current_roots(pull);
+    const PointLanes pulls = pull_vectors(pull.limbs, roots, pull.limbStiffness);
+    const PointLanes levers = roots - point_lanes(body.hips.t, body.chestEnd.t);
+    return {vectors_of(pulls), vectors_of(shortest_arc_lanes(levers, levers + pulls))};
 }
 
-Quat chest_turn(const Pull& pull, const PullVectors& p, Vec4 chest_point, Vec4 spine_axis, Quat to_goal, float t)
+Quat chest_turn(const Pull& pull, const FourVectors& swing, Vec4 spine_axis, Quat to_goal, float t)
 {
     const BodyWeights& w = pull.weights;
     Quat sum = quat_identity() * (1.0f - min_of(1.0f, w.sumChestR));
     const float ease = eased(t, 0.6f);
-    sum += partial_quat(swing(pull.solve, LBXNodeLeftArm, chest_point, p.limb[LBXLimbLeftArm]), ease) * w.armTurnsChest[0];
-    accumulate(sum, partial_quat(swing(pull.solve, LBXNodeRightArm, chest_point, p.limb[LBXLimbRightArm]), ease), w.armTurnsChest[1]);
+    sum += partial_quat(swing.v[LBXLimbLeftArm], ease) * w.armTurnsChest[0];
+    accumulate(sum, partial_quat(swing.v[LBXLimbRightArm], ease), w.armTurnsChest[1]);
     if (dot4f(sum, sum) > 0.0f)
         sum = twist_of_sum(sum, spine_axis);  // leaning belongs to the spine's reach; only turning is the chest's own
-    accumulate(sum, partial_quat(to_goal, eased(t, 0.5f)), w.chestR);
+    if (pull.chestHeld) accumulate(sum, partial_quat(to_goal, eased(t, 0.5f)), w.chestR);
     return turn_from_sum(sum, w.sumChestR);
 }
 
-Quat hips_turn(const Pull& pull, const PullVectors& p, Vec4 hips_point, Quat chest_deviation, Quat to_goal, float t)
+Quat hips_turn(const Pull& pull, const FourVectors& swing, Quat chest_deviation, Quat to_goal, float t)
 {
     const BodyWeights& w = pull.weights;
     Quat sum = quat_identity();
-    accumulate(sum, partial_quat(to_goal, eased(t, 0.5f)), w.hipsR);
+    if (pull.hipsHeld) accumulate(sum, partial_quat(to_goal, eased(t, 0.5f)), w.hipsR);
     accumulate(sum, partial_quat(chest_deviation, eased(t, 0.3f)), w.chestTurnsHips);
-    accumulate(sum, partial_quat(swing(pull.solve, LBXNodeLeftUpLeg, hips_point, p.limb[LBXLimbLeftLeg]), eased(t, 0.4f)),
-               w.legTurnsHips[0]);
-    accumulate(sum, partial_quat(swing(pull.solve, LBXNodeRightUpLeg, hips_point, p.limb[LBXLimbRightLeg]), eased(t, 0.4f)),
-               w.legTurnsHips[1]);
+    accumulate(sum, partial_quat(swing.v[LBXLimbLeftLeg], eased(t, 0.4f)), w.legTurnsHips[0]);
+    accumulate(sum, partial_quat(swing.v[LBXLimbRightLeg], eased(t, 0.4f)), w.legTurnsHips[1]);
     return turn_from_sum(sum, w.sumHipsR);
 }
 
 // Displacement of the hips and the chest together.
-Vec4 common_displacement(const Pull& pull, const PullVectors& p, Vec4 head, Vec4 to_hips, Vec4 to_chest, float t)
+Vec4 common_displacement(const Pull& pull, const FourVectors& p, Vec4 head, Vec4 to_hips, Vec4 to_chest, float t)
 {
     const BodyWeights& w = pull.weights;
-    Vec4 arms = (p.limb[LBXLimbLeftArm] * w.armOnHips[0] + p.limb[LBXLimbRightArm] * w.armOnHips[1]) * eased(t, 0.4f);
+    Vec4 arms = (p.v[LBXLimbLeftArm] * w.armOnHips[0] + p.v[LBXLimbRightArm] * w.armOnHips[1]) * eased(t, 0.4f);
     if (pull.gravity.strength > 0.0f)
         arms +=
             (pull.gravity.up * dot3(arms, pull.gravity.up) - arms) * pull.gravity.strength;  // arms lift and lower, they do not tip over
     const Vec4 body =
-        to_chest * w.chestOnHips + p.limb[LBXLimbLeftLeg] * w.legOnHips[0] + p.limb[LBXLimbRightLeg] * w.legOnHips[1] + to_hips * w.hipsT;
+        to_chest * w.chestOnHips + p.v[LBXLimbLeftLeg] * w.legOnHips[0] + p.v[LBXLimbRightLeg] * w.legOnHips[1] + to_hips * w.hipsT;
     return (arms + head * (eased(t, 0.7f) * w.headOnHips) + body * eased(t, 0.5f)) * (1.0f / max_of(1.0f, w.sumHipsT));
 }
 
-void update_what_pulls(const Pull& pull)
-{
-    if (pull.head.base >= 0) update_global(pull.solve, pull.head.base);
-}
-
-void iterate(const Pull& pull, int i)
+void iterate(Pull& pull, int i)
 {
     const Solve& solve = pull.solve;
     const BodyWeights& w = pull.weights;
@@ -235,7 +261,8 @@ void iterate(const Pull& pull, int i)
     const Vec4 to_chest = pull.goals.chestEnd.t - body.chestEnd.t;
     const Quat hips_difference = quat_mul(pull.goals.hips.q, conjugate(body.hips.q));
     const Quat chest_difference = quat_mul(pull.goals.chestEnd.q, conjugate(body.chestEnd.q));
-    const PullVectors p = pull_vectors(solve, pull.limbs, pull.limbStiffness);
+    const LimbPulls limbs = limb_pulls(pull, body);
+    const FourVectors& p = limbs.pull;
     const Vec4 head = head_pull(pull);
 
     const float reach_hips_t = weight_of<kReachT>(solve.effectors, LBXEffectorHips);
@@ -244,7 +271,7 @@ void iterate(const Pull& pull, int i)
     const float reach_chest_r = weight_of<kReachR>(solve.effectors, LBXEffectorChestEnd);
 
     const Vec4 common = common_displacement(pull, p, head, to_hips, to_chest, t);
-    const Vec4 arms_on_chest = p.limb[LBXLimbLeftArm] * w.armOnChest[0] + p.limb[LBXLimbRightArm] * w.armOnChest[1];
+    const Vec4 arms_on_chest = p.v[LBXLimbLeftArm] * w.armOnChest[0] + p.v[LBXLimbRightArm] * w.armOnChest[1];
     const Vec4 chest_pulls = (head * w.headOnChest + to_chest * w.chestT) * eased(t, 0.5f) + arms_on_chest * eased(t, 0.7f);
     const Vec4 chest_point = body.chestEnd.t + chest_pulls * (1.0f / max_of(2.0f - w.chestT, w.sumChestT)) +
                              to_chest * (reach_chest_t * (1.0f - w.chestT) / count) + common;
@@ -252,28 +279,37 @@ void iterate(const Pull& pull, int i)
     const Vec4 hips_point = body.hips.t + common + to_hips * (reach_hips_t * (1.0f - w.hipsT) * hips_left_over / count);
 
     BodyTriple placed;
-    const Vec4 full = vec4(1.0f, 1.0f, 0.0f, 0.0f);
-    const Quat chest_pulled = chest_turn(pull, p, body.chestEnd.t, normalize3(chest_point - hips_point), chest_difference, t);
-    const Quat chest_direct = direct_turn(chest_difference, reach_chest_r * (1.0f - w.chestR), pull.iterations);
+    const Quat chest_pulled = chest_turn(pull, limbs.swing, normalize3(chest_point - hips_point), chest_difference, t);
+    const float chest_reach = reach_chest_r * (1.0f - w.chestR);
     placed.chestEnd.t = chest_point;
-    placed.chestEnd.q = normalize_quat(quat_mul(chest_direct, quat_mul(chest_pulled, body.chestEnd.q)));
+    placed.chestEnd.q = quat_mul(chest_pulled, body.chestEnd.q);
     placed.chestEnd.weights = vec4(min_of(1.0f, w.sumChestT), 1.0f, 0.0f, 0.0f);
-
-    // The chest's origin follows the direct turn of its end.
-    const Vec4 to_end = chest_point - body.chestOrigin.t;
     placed.chestOrigin.t = body.chestOrigin.t;
-    placed.chestOrigin.q = normalize_quat(quat_mul(shortest_arc(to_end, rotate(chest_direct, to_end)), body.chestOrigin.q));
+    placed.chestOrigin.q = body.chestOrigin.q;
     placed.chestOrigin.weights = vec4(1.0f, 1.0f, 0.0f, weight_of<kResist>(solve.effectors, LBXEffectorChestOrigin));
+    if (chest_reach != 0.0f)
+    {
+        const Quat direct = direct_turn(chest_difference, chest_reach, pull.iterations);
+        placed.chestEnd.q = quat_mul(direct, placed.chestEnd.q);
+        // The chest's origin follows the direct turn of its end.
+        const Vec4 to_end = chest_point - body.chestOrigin.t;
+        placed.chestOrigin.q = renormalized(quat_mul(shortest_arc(to_end, rotate(direct, to_end)), body.chestOrigin.q));
+    }
+    placed.chestEnd.q = renormalized(placed.chestEnd.q);
 
     const Quat deviation = quat_mul(body.chestOrigin.q, conjugate(quat_mul(body.hips.q, pull.spineStart)));
-    const Quat hips_pulled = hips_turn(pull, p, body.hips.t, deviation, hips_difference, t);
-    const Quat hips_direct = direct_turn(hips_difference, reach_hips_r * (1.0f - w.hipsR), pull.iterations);
+    const float hips_reach = reach_hips_r * (1.0f - w.hipsR);
     placed.hips.t = hips_point;
-    placed.hips.q = normalize_quat(quat_mul(hips_direct, quat_mul(hips_pulled, body.hips.q)));
-    placed.hips.weights = full;
+    placed.hips.q = quat_mul(hips_turn(pull, limbs.swing, deviation, hips_difference, t), body.hips.q);
+    if (hips_reach != 0.0f) placed.hips.q = quat_mul(direct_turn(hips_difference, hips_reach, pull.iterations), placed.hips.q);
+    placed.hips.q = renormalized(placed.hips.q);
+    placed.hips.weights = vec4(1.0f, 1.0f, 0.0f, 0.0f);
 
     place_body(solve, placed, {w.chestR, t, pull.moveSpine});
-    update_what_pulls(pull);
+    if (!pull.shouldersStretch) return;
+    update_shoulders(solve);
+    if (pull.head.base >= 0) update_global(solve, pull.head.base);
+    pull.carried = carried_points(pull);
 }
 
 bool nothing_pulls(const LBXEffectorSet& effectors, const LimbReach& limbs)
@@ -291,9 +327,9 @@ void prepare(const Pull& pull, const BodyPlacements& start)
     const float origin_reach_r = weight_of<kReachR>(solve.effectors, LBXEffectorChestOrigin);
     if (pull.spine >= 0 && origin_reach_r > 0.0f)
     {
-        set_rotation(solve, pull.spine, quat_blend(global_rotation(solve, pull.spine), pull.goals.chestOrigin.q, origin_reach_r));
-        update_spine(solve);
-        update_shoulders(solve);
+        const Tqs before = solve.nodes[pull.spine].global;
+        set_rotation(solve, pull.spine, quat_blend(before.q, pull.goals.chestOrigin.q, origin_reach_r));
+        carry_spine(solve, before);
     }
     const BodyWeights& w = pull.weights;
     const float reach_hips_t = weight_of<kReachT>(solve.effectors, LBXEffectorHips);
@@ -301,7 +337,6 @@ void prepare(const Pull& pull, const BodyPlacements& start)
     place_weighted(pull, start,
                    {w.pullHips + (1.0f - w.pullHips) * (1.0f - w.pullChest) * reach_hips_t,
                     w.chestOnHips + (1.0f - w.chestOnHips) * (1.0f - reach_hips_t) * reach_chest_t, w.hipsR, 0.0f});
-    update_what_pulls(pull);
 }
 
 }  // namespace
@@ -316,10 +351,12 @@ void pull_body(const Solve& solve, bool spine)
     const int iterations = iteration_count(solve.properties);
     // The powered stiffness acts once an iteration; the exponent keeps its combined effect about the same for any count.
     const float exponent = max_of(1.0f, static_cast<float>(iterations) * 0.2f);
+    const LBXPropertySet& properties = solve.properties;
+    const auto held = [&](int effector) { return dot4f(solve.effectors.weights[effector], solve.effectors.weights[effector]) > 0.0f; };
     Pull pull = {solve,
                  hips,
                  spine_slot,
-                 chest_slot(solve.character),
+                 spine_slot >= 0 ? chest_slot(solve.character) : hips,
                  iterations,
                  spine && spine_slot >= 0,
                  {},
@@ -330,8 +367,13 @@ void pull_body(const Solve& solve, bool spine)
                  pow_approx(weight_of<kResist>(solve.effectors, LBXEffectorHead), exponent),
                  gravity(solve, hips),
                  spine_slot >= 0 ? solve.nodes[spine_slot].local.q : quat_identity(),
-                 hips_offset(solve.properties),
-                 chest_offset(solve.properties)};
+                 midpoint_in_hips(solve) + hips_offset(properties),
+                 chest_offset(properties),
+                 held(LBXEffectorHips),
+                 held(LBXEffectorChestEnd),
+                 value_of(properties, record::SnSReachChestEnd) > 0.0f && value_of(properties, record::SnSScaleSpineChildren) != 0.0f,
+                 {}};
+    pull.carried = carried_points(pull);
     const BodyPlacements start = current_placements(pull);
     pull.goals = {toward_target(start.hips, solve.effectors, LBXEffectorHips),
                   spine_slot >= 0 ? toward_target(start.chestOrigin, solve.effectors, LBXEffectorChestOrigin) : start.chestOrigin,

@@ -216,11 +216,11 @@ int LBXDebugGetContactPoints(const LBXCharacter* character, const LBXCharacterSt
     const ContactPiece piece = {end, shape.hasBase ? nodes[slot_of(*character, contact_row(contact).base)].global : end};
     const PointLanes lanes_of[2] = {placed_points(sole_carrier(shape, piece), shape.sole),
                                     placed_points(tips_carrier(shape, piece), shape.tips)};
-    for (int group = 0; group < 2; ++group)
+    for (size_t group = 0; group < 2; ++group)
     {
         Vec4 p[4] = {lanes_of[group].x, lanes_of[group].y, lanes_of[group].z, zero4()};
         transpose4(p[0], p[1], p[2], p[3]);
-        for (int i = 0; i < (group == 0 ? 4 : 2); ++i) store4(points24 + 4 * (4 * group + i), p[i]);
+        for (size_t i = 0; i < (group == 0 ? 4u : 2u); ++i) store4(points24 + 4 * (4 * group + i), p[i]);
     }
     return shape.tipsCount ? 6 : 4;
 }

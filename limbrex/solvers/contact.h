@@ -4,6 +4,7 @@
 // in the frame of the floor, whose plane is y = 0 with y up, unless a name says otherwise.
 #pragma once
 
+#include "limbrex/math/point_lanes.h"
 #include "limbrex/solvers/solve.h"
 
 namespace lbx
@@ -41,11 +42,6 @@ inline float smallest(Vec4 v)
 }
 inline float largest(Vec4 v) { return -smallest(-v); }
 
-// Four points at a time.
-struct PointLanes
-{
-    Vec4 x, y, z;
-};
 // The points in the frames of the joints that carry them.
 struct ContactShape
 {

@@ -74,7 +74,7 @@ Vec4 smooth_excess(const ExcessCurve& curve, Vec4 d)
     return select4(below, low, select4(above, high, between)) * curve.scale;
 }
 
-LimbReach limb_reach(const Solve& solve)
+LimbReach limb_reach(const Solve& solve, int first)
 {
     LimbReach reach;
     reach.shares = limb_shares(solve);
@@ -97,40 +97,34 @@ LimbReach limb_reach(const Solve& solve)
         targets[limb] = goal_point(solve.effectors, row.middleEffector) * share_m + goal_point(solve.effectors, row.endEffector) * share_e +
                         goal_point(solve.effectors, row.extremityEffector) * share_x;
         reach.upper[limb] = record.complete() ? record.slots[kLimbUpper] : -1;
-        if (reach.upper[limb] < 0 || share_m + share_e + share_x == 0.0f) continue;
+        if (limb < first || reach.upper[limb] < 0 || share_m + share_e + share_x == 0.0f) continue;
         const LimbLengths lengths = limb_lengths(solve, limb, share_m, share_e, share_x);
         current[limb] = lengths.current;
         maximum[limb] = lengths.maximum;
     }
-    transpose4(targets[0], targets[1], targets[2], targets[3]);
-    reach.targetX = targets[0];
-    reach.targetY = targets[1];
-    reach.targetZ = targets[2];
+    reach.target = point_lanes(targets[0], targets[1], targets[2], targets[3]);
     reach.currentLength = load4(current);
     reach.maximumLength = load4(maximum);
     return reach;
 }
 
-PullVectors pull_vectors(const Solve& solve, const LimbReach& reach, Vec4 stiffness)
+PointLanes limb_roots(const Solve& solve, const LimbReach& reach)
 {
-    Vec4 u[kLimbCount];
-    for (int limb = 0; limb < kLimbCount; ++limb)
-        u[limb] = position(solve, reach.upper[limb]);  // the spare entry where the limb is missing: its shares are 0
-    transpose4(u[0], u[1], u[2], u[3]);
-    const Vec4 vx = reach.targetX - u[0] * reach.targetWeight;
-    const Vec4 vy = reach.targetY - u[1] * reach.targetWeight;
-    const Vec4 vz = reach.targetZ - u[2] * reach.targetWeight;
+    const int* upper = reach.upper;
+    return point_lanes(position(solve, upper[0]), position(solve, upper[1]), position(solve, upper[2]), position(solve, upper[3]));
+}
+
+PointLanes pull_vectors(const LimbReach& reach, const PointLanes& roots, Vec4 stiffness)
+{
+    const PointLanes v = reach.target - roots * reach.targetWeight;
     // Beyond what a square can hold a goal pulls no further.
-    const Vec4 square = min4(vx * vx + vy * vy + vz * vz, splat(3.0e38f));
+    const Vec4 square = min4(dot_lanes(v, v), splat(3.0e38f));
     const Vec4 inverse = reciprocal_sqrt4(square);
     const Vec4 distance = square * inverse;
 
     const Vec4 folded = less4(distance, reach.currentLength);
     const Vec4 weight = stiffness * select4(folded, reach.compression, splat(1.0f));
-    const Vec4 scale = smooth_excess({reach.currentLength, reach.maximumLength, weight, reach.shares.pull}, distance) * inverse;
-    PullVectors pull = {{vx * scale, vy * scale, vz * scale, zero4()}};
-    transpose4(pull.limb[0], pull.limb[1], pull.limb[2], pull.limb[3]);
-    return pull;
+    return v * (smooth_excess({reach.currentLength, reach.maximumLength, weight, reach.shares.pull}, distance) * inverse);
 }
 
 }  // namespace lbx

@@ -2,6 +2,7 @@
 // right arm).
 #pragma once
 
+#include "limbrex/math/point_lanes.h"
 #include "limbrex/solvers/limb_shares.h"
 
 namespace lbx
@@ -23,18 +24,17 @@ struct LimbReach
     LimbShares shares;
     Vec4 stiffness;  // 0 to 1
     Vec4 currentLength, maximumLength;
-    Vec4 compression;                // how much of the push a folded limb passes on
-    Vec4 targetX, targetY, targetZ;  // share-weighted sum of the goals
-    Vec4 targetWeight;               // sum of the shares
-    int upper[kLimbCount];           // slots, -1 where the limb is not whole
+    Vec4 compression;       // how much of the push a folded limb passes on
+    PointLanes target;      // share-weighted sum of the goals
+    Vec4 targetWeight;      // sum of the shares
+    int upper[kLimbCount];  // slots, -1 where the limb is not whole
 };
-LimbReach limb_reach(const Solve& solve);
+// Limbs from `first` on; those before it get no lengths.
+LimbReach limb_reach(const Solve& solve, int first = 0);
+// Where the limbs' upper joints stand. The spare entry's place where the limb is missing: its shares are 0.
+PointLanes limb_roots(const Solve& solve, const LimbReach& reach);
 
 // Per limb the vector that its upper joint should travel. stiffness: the limb's, as the caller powers it.
-struct PullVectors
-{
-    Vec4 limb[kLimbCount];
-};
-PullVectors pull_vectors(const Solve& solve, const LimbReach& reach, Vec4 stiffness);
+PointLanes pull_vectors(const LimbReach& reach, const PointLanes& roots, Vec4 stiffness);
 
 }  // namespace lbx

@@ -13,7 +13,7 @@ constexpr int kLimbOrder[] = {LBXLimbRightArm, LBXLimbLeftArm, LBXLimbRightLeg, 
 void turn_shoulders(const Solve& solve)
 {
     if (!(solve.mask & (LBXSolvingStepLeftShoulder | LBXSolvingStepRightShoulder))) return;
-    const LimbReach reach = limb_reach(solve);
+    const LimbReach reach = limb_reach(solve, LBXLimbLeftArm);
     // The left collar moves no part of the right arm, so one measurement serves both.
     turn_shoulder(solve, kLeftShoulder, reach);
     turn_shoulder(solve, kRightShoulder, reach);

@@ -85,18 +85,13 @@ void update_arms(const Solve& solve)
     }
 }
 
-bool place_chest(const Solve& solve)
+bool place_chest_by_effector(const Solve& solve)
 {
-    const int chest = chest_slot(solve.character);
-    if (!(solve.mask & LBXSolvingStepSpine) || chest < 0) return false;
+    if (!(solve.mask & LBXSolvingStepSpine) || slot_of(solve, LBXNodeSpine) < 0) return false;
     const BodyTriple body = load_body_effectors(solve.effectors);
-    const float reach_t = lane<kReachT>(body.chestEnd.weights);
-    const float reach_r = lane<kReachR>(body.chestEnd.weights);
-    const float resist = lane<kResist>(body.chestOrigin.weights);
-    if (reach_r > 0.0f) turn_chest(solve, body.chestEnd.q, reach_r, resist);
-    if (reach_t > 0.0f) reach_with_spine(solve, body.chestEnd, resist, {0.0f, 1.0f, true});
-    update_shoulders(solve);
-    return reach_t > 0.0f || reach_r > 0.0f;
+    const bool moved = place_chest(solve, body.chestEnd, lane<kResist>(body.chestOrigin.weights), {0.0f, 1.0f, true});
+    if (moved) update_shoulders(solve);
+    return moved;
 }
 
 }  // namespace
@@ -106,14 +101,18 @@ void solve_low_definition(const Solve& solve)
     refresh_locals(solve.character, solve.nodes);
     const int hips = slot_of(solve, LBXNodeHips);
     bool body_moved = place_hips_by_effector(solve, load_body_effectors(solve.effectors).hips);
-    if (body_moved) update_legs(solve);  // the pull measures them
+    if (body_moved)
+    {
+        update_around_hips(solve);
+        update_legs(solve);  // the pull measures them
+    }
     if (solve.mask & LBXSolvingStepBodyPull) body_moved = pull_hips(solve) || body_moved;
     if (body_moved)
     {
         update_body(solve);
         update_legs(solve);
     }
-    body_moved = place_chest(solve) || body_moved;
+    body_moved = place_chest_by_effector(solve) || body_moved;
     if (body_moved) update_arms(solve);
 
     bool moved = body_moved;

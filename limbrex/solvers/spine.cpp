@@ -46,39 +46,73 @@ void stretch_spine(const Solve& solve, const StretchRequest& request, float scal
     for (int k = 0; k < top.childCount; ++k) solve.nodes[top.firstChild + k].local.t *= children_factor;
 }
 
-}  // namespace
-
+// Turns the chest by r, shared over the chain so that each node above Spine adds the same angle. Locals of nodes without limits are left for later.
 void distribute_over_spine(const Solve& solve, Quat r, float resist)
 {
     if (x_of(dot3(r, r)) <= kNoTurn) return;
     const ChainRecord& spine = solve.character.spine;
-    const Vec4 axis = normalize3(r) * sign_one(lanes<3, 3, 3, 3>(r));
+    const Vec4 axis = with_w(normalize3(r) * sign_one(lanes<3, 3, 3, 3>(r)), splat(1.0f));
     const float half_angle = acos_approx(min_of(x_of(abs4(lanes<3, 3, 3, 3>(r))), 1.0f));
     const float above = static_cast<float>(spine.count - 1);
     const float base = 2.0f * above * resist + 0.5f;
     const float unit_share = half_angle / (base + above);
-    for (int k = 0; k < spine.count; ++k)
+    for (int k = 0; k < spine.count; k += 4)
     {
-        const int slot = spine.slots[k];
-        StateNode& node = solve.nodes[slot];
-        // The old global rotation takes its own share; the position follows the parent that has just turned.
-        if (k > 0) node.global.t = position(solve, spine.slots[k - 1]) + rotate(global_rotation(solve, spine.slots[k - 1]), node.local.t);
-        const Quat share = quat_from_axis_half_angle(axis, unit_share * (base + static_cast<float>(k)));
-        set_rotation(solve, slot, renormalized(quat_mul(share, node.global.q)));
+        // Four shares side by side: sine of the half angle in x, y and z, cosine in w.
+        const float first = base + static_cast<float>(k);
+        const Vec4 half_angles = unit_share * vec4(first, first + 1.0f, first + 2.0f, first + 3.0f);
+        const Vec4 sine = sin4(half_angles);
+        Vec4 shares[4] = {sine, sine, sine, cos4(half_angles)};
+        transpose4(shares[0], shares[1], shares[2], shares[3]);
+        for (int i = 0; i < 4 && k + i < spine.count; ++i)
+        {
+            const int slot = spine.slots[k + i];
+            StateNode& node = solve.nodes[slot];
+            // The old global rotation takes its own share; the position follows the parent that has just turned.
+            if (k + i > 0)
+            {
+                const Tqs& below = solve.nodes[spine.slots[k + i - 1]].global;
+                node.global.t = below.t + rotate(below.q, node.local.t);
+            }
+            node.global.q = renormalized(quat_mul(shares[i] * axis, node.global.q));
+            if (solve.records[slot].limit < 0) continue;
+            update_local_rotation(solve, slot);
+            enforce_limit(solve, slot);
+        }
     }
+}
+
+void update_spine_locals(const Solve& solve)
+{
+    const ChainRecord& spine = solve.character.spine;
+    for (int i = 0; i < spine.count; ++i) update_local_rotation(solve, spine.slots[i]);
 }
 
 void turn_chest(const Solve& solve, Quat target, float weight, float resist)
 {
     const Quat current = global_rotation(solve, chest_slot(solve.character));
-    const Quat wanted = quat_blend(current, target, weight);
-    distribute_over_spine(solve, quat_mul(wanted, conjugate(current)), resist);
+    distribute_over_spine(solve, quat_mul(rotation_toward(current, target, weight), conjugate(current)), resist);
+}
+
+// Stretches the chain or brings it back to its lengths. False when it has none to change.
+bool change_lengths(const Solve& solve, Vec4 target, float progress)
+{
+    const LBXPropertySet& properties = solve.properties;
+    const float stretch = value_of(properties, record::SnSReachChestEnd);
+    if (stretch <= 0.0f) return reset_spine_lengths(solve);
+    const Vec4 bottom = position(solve, solve.character.spine.slots[0]);
+    const float length = distance3(current_chest_end(solve, chest_offset(properties)), bottom);
+    const float ratio = length > 0.0f ? distance3(target, bottom) / length : 1.0f;
+    const float factor = (ratio - 1.0f) * stretch * progress + 1.0f;
+    const StretchRequest request = {factor, stretch, value_of(properties, record::SnSSmoothReach) != 0.0f};
+    stretch_spine(solve, request, value_of(properties, record::SnSScaleSpine) * (factor - 1.0f) + 1.0f,
+                  value_of(properties, record::SnSScaleSpineChildren) * (factor - 1.0f) + 1.0f);
+    return true;
 }
 
 void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float resist, const SpineInputs& inputs)
 {
-    const LBXPropertySet& properties = solve.properties;
-    const Vec4 offset = chest_offset(properties);
+    const Vec4 offset = chest_offset(solve.properties);
     const int spine = solve.character.spine.slots[0];
     const Vec4 hips = position(solve, slot_of(solve, LBXNodeHips));
     const Vec4 end = current_chest_end(solve, offset);
@@ -87,29 +121,53 @@ void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float r
     Quat turn = shortest_arc(end - hips, target - hips);
     if (inputs.chestRotationReach > 0.0f) turn = normalize_quat(partial_quat(turn, 1.0f - 2.0f * inputs.chestRotationReach));
     distribute_over_spine(solve, turn, resist);
-
-    const float stretch = value_of(properties, record::SnSReachChestEnd);
-    bool lengths_changed = true;
-    if (stretch > 0.0f)
-    {
-        const Vec4 bottom = position(solve, spine);
-        const float length = distance3(current_chest_end(solve, offset), bottom);
-        const float ratio = length > 0.0f ? distance3(target, bottom) / length : 1.0f;
-        const float factor = (ratio - 1.0f) * stretch * inputs.progress + 1.0f;
-        const StretchRequest request = {factor, stretch, value_of(properties, record::SnSSmoothReach) != 0.0f};
-        stretch_spine(solve, request, value_of(properties, record::SnSScaleSpine) * (factor - 1.0f) + 1.0f,
-                      value_of(properties, record::SnSScaleSpineChildren) * (factor - 1.0f) + 1.0f);
-    }
-    else
-        lengths_changed = reset_spine_lengths(solve);
-    if (lengths_changed)
+    update_spine_locals(solve);
+    if (change_lengths(solve, target, inputs.progress))
     {
         update_global(solve, spine);
         update_spine(solve);
     }
-
     const Vec4 reached = current_chest_end(solve, offset);
-    if (turn_node(solve, spine, shortest_arc(reached - hips, target - hips))) update_spine(solve);
+    const Tqs before = solve.nodes[spine].global;
+    if (turn_node(solve, spine, shortest_arc(reached - hips, target - hips))) carry_spine(solve, before);
+}
+
+}  // namespace
+
+void carry_spine(const Solve& solve, const Tqs& spine_before)
+{
+    const ChainRecord& spine = solve.character.spine;
+    const Tqs& now = solve.nodes[spine.slots[0]].global;
+    const Quat turn = quat_mul(now.q, conjugate(spine_before.q));
+    for (int i = 1; i < spine.count; ++i)
+    {
+        Tqs& node = solve.nodes[spine.slots[i]].global;
+        node.t = now.t + rotate(turn, node.t - spine_before.t);
+        node.q = renormalized(quat_mul(turn, node.q));
+    }
+}
+
+void bring_spine(const Solve& solve, Quat target, float weight)
+{
+    const ChainRecord& chain = solve.character.spine;
+    if (chain.count == 0) return;
+    const int spine = chain.slots[0];
+    const Tqs before = solve.nodes[spine].global;
+    update_global(solve, spine);
+    if (weight > 0.0f) set_rotation(solve, spine, rotation_toward(global_rotation(solve, spine), target, weight));
+    carry_spine(solve, before);
+}
+
+bool place_chest(const Solve& solve, const BodyEffector& chest_end, float resist, const SpineInputs& inputs)
+{
+    const float reach_t = lane<kReachT>(chest_end.weights);
+    const float reach_r = lane<kReachR>(chest_end.weights);
+    if (reach_r > 0.0f) turn_chest(solve, chest_end.q, reach_r, resist);
+    if (reach_t > 0.0f)
+        reach_with_spine(solve, chest_end, resist, inputs);
+    else if (reach_r > 0.0f)
+        update_spine_locals(solve);
+    return reach_t > 0.0f || reach_r > 0.0f;
 }
 
 Vec4 stretched_translation(const LimitRecord& limit, Vec4 parent_scale, Vec4 translation, const StretchRequest& request)

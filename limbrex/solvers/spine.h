@@ -6,14 +6,15 @@
 namespace lbx
 {
 
-// Each of these leaves the globals of the chain current; what hangs on the chest is the caller's to update.
+// What each of these moves is the chain itself: its globals and locals are current afterwards. What hangs on the chest is the caller's to update.
 
-// Turns the chest by r, shared over the chain so that each node above Spine adds the same angle. resist 0 to 1 moves the share down to Spine.
-void distribute_over_spine(const Solve& solve, Quat r, float resist);
-// Blends the chest's rotation toward a target, spread over the chain.
-void turn_chest(const Solve& solve, Quat target, float weight, float resist);
-// Moves the chest end toward its effector by turning (and, with SnSReachChestEnd, stretching) the spine.
-void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float resist, const SpineInputs& inputs);
+// Everything above Spine follows it as one piece, from where Spine stood. Locals stay.
+void carry_spine(const Solve& solve, const Tqs& spine_before);
+// Spine, and the chain with it, to where its local puts it on the hips; there turned toward a unit rotation by a weight.
+void bring_spine(const Solve& solve, Quat target, float weight);
+// Turns the chest toward its effector, each node above Spine by the same angle, and then moves its end there by turning (and, with SnSReachChestEnd,
+// stretching) the chain. resist 0 to 1 moves the turn's share down to Spine. False when neither weight asks for anything.
+bool place_chest(const Solve& solve, const BodyEffector& chest_end, float resist, const SpineInputs& inputs);
 
 // A bone that may change its length between two ratios of its rest length.
 struct StretchRequest
