@@ -11,7 +11,8 @@ namespace
 
 constexpr int kReachIterations = 20;
 constexpr float kNoTurn = 1e-6f;
-constexpr float kSettled = 1e-6f;                      // of the distance to the target
+constexpr float kSettled = 1e-5f;  // of the distance to the target
+constexpr float kFurthestMiss = 3.40282347e38f;
 constexpr int kMaxPoints = 1 + kFurtherNeckCount + 1;  // Neck, the further neck nodes, Head
 
 // Positions of the neck chain from Neck to Head, worked on apart from the nodes.
@@ -20,6 +21,7 @@ struct NeckPoints
     int count;  // points; the last one is the head
     int slots[kMaxPoints];
     Vec4 p[kMaxPoints];
+    Quat q[kMaxPoints];  // turns of the neck nodes while they are apart from them
 };
 
 NeckPoints neck_points(const Solve& solve, int head)
@@ -124,12 +126,54 @@ void write_back(const Solve& solve, NeckPoints& points, bool lengths_change)
     enforce_limit(solve, points.slots[head]);
 }
 
-void reach_with_neck(const Solve& solve, NeckPoints& points, Vec4 target)
+bool has_limits(const Solve& solve, const NeckPoints& points)
+{
+    for (int i = 0; i < points.count; ++i)
+        if (solve.records[points.slots[i]].limit >= 0) return true;
+    return false;
+}
+
+// Once the head stands on the target, or as near as the neck goes, no further turn changes anything that is seen.
+struct Settling
+{
+    float lastMiss;
+    bool settled(float miss, float distance)
+    {
+        const float gained = lastMiss - miss;
+        lastMiss = miss;
+        return miss <= kSettled * distance || (gained >= 0.0f && gained <= kSettled * distance);
+    }
+};
+
+// Joints that nothing holds follow their points wherever those go, so that points and turns are all there is until the end.
+void reach_freely(const Solve& solve, NeckPoints& points, Vec4 target)
+{
+    const int head = points.count - 1;
+    for (int j = 0; j < head; ++j) points.q[j] = global_rotation(solve, points.slots[j]);
+    const float wanted = distance3(target, points.p[0]);
+    Settling settling = {kFurthestMiss};
+    for (int i = 1; i <= kReachIterations && !settling.settled(distance3(target, points.p[head]), wanted); ++i)
+    {
+        Vec4 bones[kMaxPoints];
+        for (int j = 0; j < head; ++j) bones[j] = points.p[j + 1] - points.p[j];
+        swing_toward(points, target);
+        for (int j = 0; j < head; ++j)
+            points.q[j] = renormalized(quat_mul(shortest_arc(bones[j], points.p[j + 1] - points.p[j]), points.q[j]));
+    }
+    for (int j = 0; j < head; ++j)
+    {
+        StateNode& node = solve.nodes[points.slots[j]];
+        if (j > 0) node.global.t = position(solve, points.slots[j - 1]) + rotate(points.q[j - 1], node.local.t);
+        set_rotation(solve, points.slots[j], points.q[j]);
+    }
+    update_global(solve, points.slots[head]);
+}
+
+void reach_within_limits(const Solve& solve, NeckPoints& points, Vec4 target)
 {
     const LBXPropertySet& properties = solve.properties;
     const float stretch = value_of(properties, record::SnSReachHead);
     const int head = points.count - 1;
-    read_positions(solve, points);
     if (stretch == 0.0f)
     {
         const StretchRequest rest = {1.0f, 0.0f, false};
@@ -137,7 +181,7 @@ void reach_with_neck(const Solve& solve, NeckPoints& points, Vec4 target)
         write_back(solve, points, true);
     }
     const bool smooth = value_of(properties, record::SnSSmoothReach) != 0.0f;
-    float last_miss = 3.40282347e38f;
+    Settling settling = {kFurthestMiss};
     for (int i = 1; i <= kReachIterations; ++i)
     {
         read_positions(solve, points);
@@ -149,14 +193,20 @@ void reach_with_neck(const Solve& solve, NeckPoints& points, Vec4 target)
             const float eagerness = ratio < 1.0f ? 1.0f : 0.0025f * static_cast<float>(i * i);
             rebuild_from_bottom(solve, points, {(ratio - 1.0f) * eagerness + 1.0f, stretch, smooth});
         }
-        // Once the head stands on the target, or as near as the neck goes, no further turn changes anything that is seen.
-        const float miss = distance3(target, points.p[head]);
-        const float gained = last_miss - miss;
-        if (stretch <= 0.0f && (miss <= kSettled * wanted || (gained >= 0.0f && gained <= kSettled * wanted))) break;
-        last_miss = miss;
+        if (stretch <= 0.0f && settling.settled(distance3(target, points.p[head]), wanted)) break;
         swing_toward(points, target);
         write_back(solve, points, stretch > 0.0f);
     }
+}
+
+void reach_with_neck(const Solve& solve, NeckPoints& points, Vec4 target)
+{
+    read_positions(solve, points);
+    const bool stretches = value_of(solve.properties, record::SnSReachHead) != 0.0f;
+    if (stretches || has_limits(solve, points))
+        reach_within_limits(solve, points, target);
+    else
+        reach_freely(solve, points, target);
 }
 
 }  // namespace

@@ -71,9 +71,28 @@ void follow(const LimbChain& chain, int slot)
     }
 }
 
+namespace
+{
+
+// The path below a joint that has turned goes with it as one piece: the same place that its locals say, without waiting for one node after the other.
+void carry_below(const LimbChain& chain, int slot, const Tqs& before)
+{
+    const Tqs& now = chain.solve.nodes[slot].global;
+    const Quat turn = quat_mul(now.q, conjugate(before.q));
+    for (int i = chain.pathCount - 1; i >= 0 && chain.path[i] != slot; --i)
+    {
+        Tqs& node = chain.solve.nodes[chain.path[i]].global;
+        node.t = now.t + rotate(turn, node.t - before.t);
+        node.q = renormalized(quat_mul(turn, node.q));
+    }
+}
+
+}  // namespace
+
 void turn_joint(const LimbChain& chain, int slot, Quat turn)
 {
-    if (turn_node(chain.solve, slot, turn)) follow(chain, slot);
+    const Tqs before = chain.solve.nodes[slot].global;
+    if (turn_node(chain.solve, slot, turn)) carry_below(chain, slot, before);
 }
 
 void aim_joint(const LimbChain& chain, int slot, Vec4 tip, Vec4 target)

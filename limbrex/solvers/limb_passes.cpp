@@ -63,12 +63,14 @@ void aim_end_at_extremity_goal(const LimbChain& chain)
     aim_joint(chain, chain.end, tip, asked_point(chain, tip, chain.extremityGoal.t, chain.extremityGoal.reachT));
 }
 
-SoftExtension soft_extension(const LimbChain& chain)
+// The target that a limb softly stops short of as it becomes straight. `tail`: what the end's length adds to the limb's.
+Vec4 softened(const LimbChain& chain, int tip, Vec4 target, float tail)
 {
-    return {chain.maximumExtension, chain.middleGoal.resist, chain.solve.effectors.retargetFlag == 1};
+    const SoftExtension soft = {chain.maximumExtension, chain.middleGoal.resist, chain.solve.effectors.retargetFlag == 1};
+    if (soft.maximumExtension * soft.resist <= 0.0f) return target;
+    const float longest = length_at_maximum_extension(chain.solve, chain.record, chain.maximumExtensionAngle) + tail;
+    return soften_target(at(chain, chain.upper), at(chain, tip), target, longest, soft);
 }
-
-float longest(const LimbChain& chain) { return length_at_maximum_extension(chain.solve, chain.record, chain.maximumExtensionAngle); }
 
 // Opens the middle joint so that the extremity, rigid with the lower segment, stands as far from the upper joint as its target does: the law of
 // cosines with the bone from the middle joint to the extremity. Returns where that turn brings the end.
@@ -87,9 +89,7 @@ Vec4 end_for_extremity(const LimbChain& chain, Vec4 target)
 
 void end_pass(const LimbChain& chain)
 {
-    const Vec4 root = at(chain, chain.upper);
-    const Vec4 softened = soften_target(root, at(chain, chain.end), chain.endGoal.t, longest(chain), soft_extension(chain));
-    const Vec4 target = asked_point(chain, at(chain, chain.end), softened, chain.endGoal.reachT);
+    const Vec4 target = asked_point(chain, at(chain, chain.end), softened(chain, chain.end, chain.endGoal.t, 0.0f), chain.endGoal.reachT);
     reach_with_end(chain, target);
     turn_plane_to_middle_goal(chain);
     for (int again = 0; again < 2 && yields_to_forearm_twist(chain); ++again)
@@ -124,9 +124,8 @@ void extremity_pass(const LimbChain& chain)
     const Vec4 root = at(chain, chain.upper);
     const float tail = distance3(at(chain, chain.extremity), at(chain, chain.end));
     orient_joint(chain, chain.end, chain.endGoal, false);
-    const Vec4 softened =
-        soften_target(root, at(chain, chain.extremity), chain.extremityGoal.t, longest(chain) + tail, soft_extension(chain));
-    const Vec4 target = asked_point(chain, at(chain, chain.extremity), softened, chain.extremityGoal.reachT);
+    const Vec4 goal = softened(chain, chain.extremity, chain.extremityGoal.t, tail);
+    const Vec4 target = asked_point(chain, at(chain, chain.extremity), goal, chain.extremityGoal.reachT);
 
     if (distance3(target, at(chain, chain.extremity)) > kMet * (tail + distance3(at(chain, chain.end), root)))
     {

@@ -145,11 +145,20 @@ void turn_collar_within_span(const Solve& solve, const ShoulderRow& row, Vec4 ha
 {
     const Vec4 centre = position(solve, slot_of(solve, row.node));
     const ArmSpan span = arm_span(solve, row, hand);
-    for (int i = 0; i < kFitSteps; ++i) turn += turn_into_span(centre, root_after(solve, row, turn), hand, span, length3(turn));
+    const auto fit = [&](Vec4 root) { return turn_into_span(centre, root, hand, span, length3(turn)); };
+    const auto add = [&](Vec4 part)
+    {
+        turn += part;
+        return length_squared3(part) > 0.0f;
+    };
+    for (int i = 0; i < kFitSteps && add(fit(root_after(solve, row, turn))); ++i) {}
     turn_collar(solve, row, quat_from_turn(turn), collar_stiffness(solve.properties));
-    for (int i = 0; i < kFitSteps; ++i)
-        turn_collar(solve, row, quat_from_turn(turn_into_span(centre, position(solve, slot_of(solve, row.arm)), hand, span, length3(turn))),
-                    zero4());
+    const auto amend = [&](Vec4 part)
+    {
+        turn_collar(solve, row, quat_from_turn(part), zero4());
+        return length_squared3(part) > 0.0f;
+    };
+    for (int i = 0; i < kFitSteps && amend(fit(position(solve, slot_of(solve, row.arm)))); ++i) {}
 }
 
 // Unit direction of the upper arm.
