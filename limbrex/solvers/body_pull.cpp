@@ -141,7 +141,13 @@ int iteration_count(const LBXPropertySet& properties)
 // Makes the sum one of small turns: q joins on the hemisphere of what is there already.
 void accumulate(Quat& sum, Quat q, float weight) { sum += q * (sign_one(dot4(sum, q)) * weight); }
 
-Quat turn_from_sum(Quat sum, float weight_sum) { return normalize_quat(partial_quat(sum, 1.0f / max_of(1.0f, weight_sum))); }
+// A unit rotation pre-multiplied by the turn that a sum amounts to; by none when nothing has come together.
+Quat turned_by_sum(Quat q, Quat sum, float weight_sum)
+{
+    const Quat product = quat_mul(partial_quat(sum, 1.0f / max_of(1.0f, weight_sum)), q);
+    const Vec4 r = reciprocal_sqrt4(dot4(product, product));
+    return select4(equal4(r, zero4()), q, product * r);
+}
 
 // One iteration's part of a rotation that is reached directly, without being pulled.
 Quat direct_turn(Quat difference, float reach, int iterations)
@@ -213,6 +219,7 @@ LimbPulls limb_pulls(const Pull& pull, const BodyPlacements& body)
     return {vectors_of(pulls), vectors_of(shortest_arc_lanes(levers, levers + pulls))};
 }
 
+// Sums of turns: of the chest, and of the hips.
 Quat chest_turn(const Pull& pull, const FourVectors& swing, Vec4 spine_axis, Quat to_goal, float t)
 {
     const BodyWeights& w = pull.weights;
@@ -223,7 +230,7 @@ Quat chest_turn(const Pull& pull, const FourVectors& swing, Vec4 spine_axis, Qua
     if (dot4f(sum, sum) > 0.0f)
         sum = twist_of_sum(sum, spine_axis);  // leaning belongs to the spine's reach; only turning is the chest's own
     if (pull.chestHeld) accumulate(sum, partial_quat(to_goal, eased(t, 0.5f)), w.chestR);
-    return turn_from_sum(sum, w.sumChestR);
+    return sum;
 }
 
 Quat hips_turn(const Pull& pull, const FourVectors& swing, Quat chest_deviation, Quat to_goal, float t)
@@ -234,7 +241,7 @@ Quat hips_turn(const Pull& pull, const FourVectors& swing, Quat chest_deviation,
     accumulate(sum, partial_quat(chest_deviation, eased(t, 0.3f)), w.chestTurnsHips);
     accumulate(sum, partial_quat(swing.v[LBXLimbLeftLeg], eased(t, 0.4f)), w.legTurnsHips[0]);
     accumulate(sum, partial_quat(swing.v[LBXLimbRightLeg], eased(t, 0.4f)), w.legTurnsHips[1]);
-    return turn_from_sum(sum, w.sumHipsR);
+    return sum;
 }
 
 // Displacement of the hips and the chest together.
@@ -259,8 +266,8 @@ void iterate(Pull& pull, int i)
     const BodyPlacements body = current_placements(pull);
     const Vec4 to_hips = pull.goals.hips.t - body.hips.t;
     const Vec4 to_chest = pull.goals.chestEnd.t - body.chestEnd.t;
-    const Quat hips_difference = quat_mul(pull.goals.hips.q, conjugate(body.hips.q));
-    const Quat chest_difference = quat_mul(pull.goals.chestEnd.q, conjugate(body.chestEnd.q));
+    const Quat hips_difference = pull.hipsHeld ? quat_mul(pull.goals.hips.q, conjugate(body.hips.q)) : quat_identity();
+    const Quat chest_difference = pull.chestHeld ? quat_mul(pull.goals.chestEnd.q, conjugate(body.chestEnd.q)) : quat_identity();
     const LimbPulls limbs = limb_pulls(pull, body);
     const FourVectors& p = limbs.pull;
     const Vec4 head = head_pull(pull);
@@ -279,10 +286,10 @@ void iterate(Pull& pull, int i)
     const Vec4 hips_point = body.hips.t + common + to_hips * (reach_hips_t * (1.0f - w.hipsT) * hips_left_over / count);
 
     BodyTriple placed;
-    const Quat chest_pulled = chest_turn(pull, limbs.swing, normalize3(chest_point - hips_point), chest_difference, t);
+    const Quat chest_sum = chest_turn(pull, limbs.swing, normalize3(chest_point - hips_point), chest_difference, t);
     const float chest_reach = reach_chest_r * (1.0f - w.chestR);
     placed.chestEnd.t = chest_point;
-    placed.chestEnd.q = quat_mul(chest_pulled, body.chestEnd.q);
+    placed.chestEnd.q = turned_by_sum(body.chestEnd.q, chest_sum, w.sumChestR);
     placed.chestEnd.weights = vec4(min_of(1.0f, w.sumChestT), 1.0f, 0.0f, 0.0f);
     placed.chestOrigin.t = body.chestOrigin.t;
     placed.chestOrigin.q = body.chestOrigin.q;
@@ -290,19 +297,18 @@ void iterate(Pull& pull, int i)
     if (chest_reach != 0.0f)
     {
         const Quat direct = direct_turn(chest_difference, chest_reach, pull.iterations);
-        placed.chestEnd.q = quat_mul(direct, placed.chestEnd.q);
+        placed.chestEnd.q = renormalized(quat_mul(direct, placed.chestEnd.q));
         // The chest's origin follows the direct turn of its end.
         const Vec4 to_end = chest_point - body.chestOrigin.t;
         placed.chestOrigin.q = renormalized(quat_mul(shortest_arc(to_end, rotate(direct, to_end)), body.chestOrigin.q));
     }
-    placed.chestEnd.q = renormalized(placed.chestEnd.q);
 
     const Quat deviation = quat_mul(body.chestOrigin.q, conjugate(quat_mul(body.hips.q, pull.spineStart)));
     const float hips_reach = reach_hips_r * (1.0f - w.hipsR);
     placed.hips.t = hips_point;
-    placed.hips.q = quat_mul(hips_turn(pull, limbs.swing, deviation, hips_difference, t), body.hips.q);
-    if (hips_reach != 0.0f) placed.hips.q = quat_mul(direct_turn(hips_difference, hips_reach, pull.iterations), placed.hips.q);
-    placed.hips.q = renormalized(placed.hips.q);
+    placed.hips.q = turned_by_sum(body.hips.q, hips_turn(pull, limbs.swing, deviation, hips_difference, t), w.sumHipsR);
+    if (hips_reach != 0.0f)
+        placed.hips.q = renormalized(quat_mul(direct_turn(hips_difference, hips_reach, pull.iterations), placed.hips.q));
     placed.hips.weights = vec4(1.0f, 1.0f, 0.0f, 0.0f);
 
     place_body(solve, placed, {w.chestR, t, pull.moveSpine});

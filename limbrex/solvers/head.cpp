@@ -83,15 +83,20 @@ void rebuild_from_bottom(const Solve& solve, NeckPoints& points, const StretchRe
     }
 }
 
-// From the top joint down, each joint swings all points above it so that the head's point turns toward the target.
+// From the top joint down, each joint swings all points above it so that the head's point turns toward the target. Where that brings the head is known
+// before the turn is: onto the line to the target. So the joints wait for lengths alone, and the turns of what lies between are worked out beside them.
 void swing_toward(NeckPoints& points, Vec4 target)
 {
     const int head = points.count - 1;
     for (int j = head - 1; j >= 0; --j)
     {
         const Vec4 pivot = points.p[j];
-        const Quat arc = shortest_arc(points.p[head] - pivot, target - pivot);
-        for (int i = j + 1; i <= head; ++i) points.p[i] = pivot + rotate(arc, points.p[i] - pivot);
+        const Vec4 from = points.p[head] - pivot;
+        const Vec4 to = target - pivot;
+        const Quat arc = shortest_arc(from, to);
+        for (int i = j + 1; i < head; ++i) points.p[i] = pivot + rotate(arc, points.p[i] - pivot);
+        const Vec4 reached = pivot + to * (sqrt4(dot3(from, from)) * reciprocal_sqrt4(dot3(to, to)));
+        points.p[head] = turns_nothing(arc) ? points.p[head] : reached;
     }
 }
 

@@ -33,24 +33,40 @@ float interior_angle(const BendPlane& plane, float chord)
     return acos_approx(clampf((plane.a * plane.a + plane.b * plane.b - chord * chord) / product, -1.0f, 1.0f));
 }
 
+namespace
+{
+
+// Opened about its axis as far as its limit lets it.
+float length_within_limit(const Solve& solve, const LimbRecord& limb, const JointFrame& joint, Vec4 axis, float widest)
+{
+    const StateNode* nodes = solve.nodes;
+    const Tqs& middle = nodes[limb.slots[kLimbMiddle]].global;
+    const BendPlane plane = bend_plane(axis, nodes[limb.slots[kLimbUpper]].global.t, middle.t, nodes[limb.slots[kLimbEnd]].global.t);
+    const Quat parent = nodes[limb.middleParent].global.q;
+    const Quat opening = quat_from_axis_angle(axis, plane.angle - widest);
+    const Quat opened = quat_mul(conjugate(parent), quat_mul(opening, middle.q));
+    const Quat held = rotation_from_angles(joint, clamp_angles(joint, angles_from_rotation(joint, opened)));
+    return length3(plane.upper + rotate(normalize_quat(quat_mul(parent, held)), rotate_inverse(middle.q, plane.lower)));
+}
+
+}  // namespace
+
 float length_at_maximum_extension(const Solve& solve, const LimbRecord& limb, float maximum_angle_deg)
 {
     const StateNode* nodes = solve.nodes;
-    const int middle = limb.slots[kLimbMiddle];
-    const Tqs& middle_global = nodes[middle].global;
     const Vec4 axis = rotate(nodes[limb.middleParent].global.q, limb.bendAxis);
-    const BendPlane plane = bend_plane(axis, nodes[limb.slots[kLimbUpper]].global.t, middle_global.t, nodes[limb.slots[kLimbEnd]].global.t);
     const float widest = clampf(maximum_angle_deg, 0.0f, 180.0f) * kDegToRad;
-    const Quat opening = quat_from_axis_angle(axis, plane.angle - widest);
+    const LimitRecord* limit = limit_of_slot(solve.character, limb.slots[kLimbMiddle]);
+    if (limit != nullptr && has_active_bounds(limit->joint)) return length_within_limit(solve, limb, limit->joint, axis, widest);
 
-    const LimitRecord* limit = limit_of_slot(solve.character, middle);
-    if (limit == nullptr || !has_active_bounds(limit->joint)) return length3(plane.upper + rotate(opening, plane.lower));
-
-    const Quat parent = nodes[limb.middleParent].global.q;
-    const Quat opened = quat_mul(conjugate(parent), quat_mul(opening, middle_global.q));
-    const Quat held = rotation_from_angles(limit->joint, clamp_angles(limit->joint, angles_from_rotation(limit->joint, opened)));
-    const Vec4 lower_in_middle = rotate_inverse(middle_global.q, plane.lower);
-    return length3(plane.upper + rotate(normalize_quat(quat_mul(parent, held)), lower_in_middle));
+    // The law of cosines across the axis; what the segments run along it stays.
+    const Vec4 middle = nodes[limb.slots[kLimbMiddle]].global.t;
+    const Vec4 upper = middle - nodes[limb.slots[kLimbUpper]].global.t;
+    const Vec4 lower = nodes[limb.slots[kLimbEnd]].global.t - middle;
+    const float along = dot3f(upper + lower, axis);
+    const float a = length_squared3(reject3(upper, axis));
+    const float b = length_squared3(reject3(lower, axis));
+    return sqrt_scalar(max_of(along * along + a + b - 2.0f * sqrt_scalar(a * b) * cos_approx(widest), 0.0f));
 }
 
 Vec4 soften_target(Vec4 root, Vec4 current, Vec4 target, float length, const SoftExtension& soft)

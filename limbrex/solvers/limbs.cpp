@@ -10,23 +10,23 @@ namespace
 
 constexpr int kLimbOrder[] = {LBXLimbRightArm, LBXLimbLeftArm, LBXLimbRightLeg, LBXLimbLeftLeg};
 
-void turn_shoulders(const Solve& solve)
+void turn_shoulders(const Solve& solve, bool (&moved)[kLimbCount])
 {
     if (!(solve.mask & (LBXSolvingStepLeftShoulder | LBXSolvingStepRightShoulder))) return;
     const LimbReach reach = limb_reach(solve, LBXLimbLeftArm);
     // The left collar moves no part of the right arm, so one measurement serves both.
-    turn_shoulder(solve, kLeftShoulder, reach);
-    turn_shoulder(solve, kRightShoulder, reach);
+    moved[LBXLimbLeftArm] = turn_shoulder(solve, kLeftShoulder, reach);
+    moved[LBXLimbRightArm] = turn_shoulder(solve, kRightShoulder, reach);
 }
 
 }  // namespace
 
 void limbs_stage(const Solve& solve)
 {
-    turn_shoulders(solve);
     bool moved[kLimbCount] = {};
+    turn_shoulders(solve, moved);
     for (const int limb : kLimbOrder)
-        if (solve.mask & kLimbs[static_cast<size_t>(limb)].stretchBit) moved[limb] = stretch_limb(solve, limb);
+        if (solve.mask & kLimbs[static_cast<size_t>(limb)].stretchBit) moved[limb] = stretch_limb(solve, limb) || moved[limb];
 
     const ArmBefore left_arm = arm_before_solve(solve, kLeftShoulder);
     const ArmBefore right_arm = arm_before_solve(solve, kRightShoulder);

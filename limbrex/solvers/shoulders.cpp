@@ -161,6 +161,17 @@ void turn_collar_within_span(const Solve& solve, const ShoulderRow& row, Vec4 ha
     for (int i = 0; i < kFitSteps && amend(fit(position(solve, slot_of(solve, row.arm)))); ++i) {}
 }
 
+// What a solve of the arm reads. The rest of what hangs on it is updated when the limb is finished; an arm that is not whole has no end to be finished at.
+void update_arm(const Solve& solve, const ShoulderRow& row)
+{
+    const LimbRecord& limb = solve.character.limbs[row.limb];
+    const int tip = limb.slots[limb.slots[kLimbExtremity] >= 0 ? kLimbExtremity : kLimbEnd];
+    if (limb.complete())
+        update_path(solve, slot_of(solve, row.arm), tip);
+    else
+        update_descendants(solve, slot_of(solve, row.node));
+}
+
 // Unit direction of the upper arm.
 Vec4 arm_direction(const Solve& solve, const ShoulderRow& row)
 {
@@ -212,7 +223,7 @@ bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach
         turn_collar(solve, row, turn_toward(solve, row, position(solve, arm) + pull), xyz(kept));
         turned = true;
     }
-    if (turned) update_descendants(solve, slot_of(solve, row.node));
+    if (turned) update_arm(solve, row);
     return turned;
 }
 
@@ -245,7 +256,7 @@ bool correct_shoulder(const Solve& solve, ShoulderSide side, const ArmBefore& be
     const LimbGoals again = goals_again(solve, row, before);
     const Vec4 hand = position(solve, solve.character.limbs[row.limb].slots[kLimbEnd]);
     turn_collar_within_span(solve, row, hand, axis * angle);
-    update_descendants(solve, slot_of(solve, row.node));
+    update_arm(solve, row);
     if (solve.mask & kLimbs[static_cast<size_t>(row.limb)].solveBit) solve_limb_toward(solve, row.limb, true, again);
     return true;
 }
