@@ -94,6 +94,9 @@ inline Quat shortest_arc_reaching(Vec4 a, Vec4 b)
     return shortest_arc(a, b);
 }
 
+// The turn that, pre-multiplied, takes one unit rotation to another.
+inline Quat turn_between(Quat from, Quat to) { return quat_mul(to, conjugate(from)); }
+
 // (f x, f y, f z, w): a rotation scaled for accumulation, not a unit quaternion.
 inline Quat partial_quat(Quat q, float f) { return with_w(q * f, q); }
 

@@ -14,7 +14,10 @@ void body_stage(const Solve& solve)
     if (solve.mask & LBXSolvingStepBodyPull)
         pull_body(solve, spine);
     else if (solve.mask != 0 && place_body(solve, load_body_effectors(solve.effectors), {0.0f, 1.0f, spine}))
+    {
+        settle_body(solve);
         update_descendants(solve, hips);
+    }
 }
 
 }  // namespace lbx

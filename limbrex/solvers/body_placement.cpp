@@ -40,8 +40,15 @@ void place_hips(const Solve& solve, Vec4 midpoint, Quat rotation)
     StateNode& node = solve.nodes[hips];
     node.global.q = rotation;
     node.global.t = midpoint - rotate(rotation, to_midpoint);
+    if (solve.records[hips].limit < 0) return;
     update_local(solve, hips);
     enforce_limit(solve, hips);
+}
+
+void settle_body(const Solve& solve)
+{
+    update_local(solve, slot_of(solve, LBXNodeHips));
+    update_spine_locals(solve);
 }
 
 bool place_hips_by_effector(const Solve& solve, const BodyEffector& effector)

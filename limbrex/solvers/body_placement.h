@@ -31,12 +31,14 @@ struct SpineInputs
 Vec4 midpoint_in_hips(const Solve& solve);
 // The same in the solver frame, wherever the hips stand now.
 Vec4 hip_joint_midpoint(const Solve& solve);
-// Puts the hip-joint midpoint on a point with the hips turned as given: global, local and limit of Hips. What hangs on it is the caller's to update.
+// Puts the hip-joint midpoint on a point with the hips turned as given, within their limit. What hangs on them is the caller's to update.
 void place_hips(const Solve& solve, Vec4 midpoint, Quat rotation);
 // Hips and spine by the triple's targets and weights. Globals are current up to the chest afterwards; what hangs on hips and chest is the caller's to
 // update. False when no weight asked for anything and the pose was not touched.
 bool place_body(const Solve& solve, const BodyTriple& body, const SpineInputs& inputs);
 // The hips part alone (steps shared with the low-definition solve).
 bool place_hips_by_effector(const Solve& solve, const BodyEffector& effector);
+// Locals of hips and spine, which the placements leave behind, from the globals.
+void settle_body(const Solve& solve);
 
 }  // namespace lbx

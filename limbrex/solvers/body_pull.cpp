@@ -55,8 +55,7 @@ struct Pull
     LimbReach limbs;
     HeadReach head;
     BodyWeights weights;
-    Vec4 limbStiffness;  // powered
-    float headStiffness;
+    ExcessCurve limbCurve, headCurve;
     Gravity gravity;
     Quat spineStart;        // local rotation of Spine
     Vec4 hipsPoint;         // of the hips effector, in the frame of the hips
@@ -199,10 +198,7 @@ Vec4 head_pull(const Pull& pull)
     if (pull.head.base < 0 || pull.weights.pullHead == 0.0f) return zero4();
     const Tqs& chest = pull.solve.nodes[pull.chest].global;
     const Vec4 to_goal = goal_point(pull.solve.effectors, LBXEffectorHead) - (chest.t + rotate(chest.q, pull.carried.headBase));
-    const float distance = length3(to_goal);
-    const ExcessCurve curve = {splat(pull.head.currentLength), splat(pull.head.maximumLength), splat(pull.headStiffness),
-                               splat(pull.weights.pullHead)};
-    return normalize3(to_goal) * smooth_excess(curve, splat(distance));
+    return normalize3(to_goal) * smooth_excess(pull.headCurve, splat(length3(to_goal)));
 }
 
 // What the four limbs ask of the body in this iteration: by their pulls, and by the swings about hips and chest that these pulls amount to.
@@ -214,7 +210,7 @@ struct LimbPulls
 LimbPulls limb_pulls(const Pull& pull, const BodyPlacements& body)
 {
     const PointLanes roots = current_roots(pull);
-    const PointLanes pulls = pull_vectors(pull.limbs, roots, pull.limbStiffness);
+    const PointLanes pulls = pull_vectors(pull.limbs, roots, pull.limbCurve);
     const PointLanes levers = roots - point_lanes(body.hips.t, body.chestEnd.t);
     return {vectors_of(pulls), vectors_of(shortest_arc_lanes(levers, levers + pulls))};
 }
@@ -358,27 +354,31 @@ void pull_body(const Solve& solve, bool spine)
     // The powered stiffness acts once an iteration; the exponent keeps its combined effect about the same for any count.
     const float exponent = max_of(1.0f, static_cast<float>(iterations) * 0.2f);
     const LBXPropertySet& properties = solve.properties;
+    const HeadReach head = head_reach(solve);
+    const BodyWeights weights = body_weights(solve.effectors, limbs.shares.pull, spine_slot >= 0);
+    const Vec4 head_stiffness = splat(pow_approx(weight_of<kResist>(solve.effectors, LBXEffectorHead), exponent));
     const auto held = [&](int effector) { return dot4f(solve.effectors.weights[effector], solve.effectors.weights[effector]) > 0.0f; };
-    Pull pull = {solve,
-                 hips,
-                 spine_slot,
-                 spine_slot >= 0 ? chest_slot(solve.character) : hips,
-                 iterations,
-                 spine && spine_slot >= 0,
-                 {},
-                 limbs,
-                 head_reach(solve),
-                 body_weights(solve.effectors, limbs.shares.pull, spine_slot >= 0),
-                 pow4(limbs.stiffness, splat(exponent)),
-                 pow_approx(weight_of<kResist>(solve.effectors, LBXEffectorHead), exponent),
-                 gravity(solve, hips),
-                 spine_slot >= 0 ? solve.nodes[spine_slot].local.q : quat_identity(),
-                 midpoint_in_hips(solve) + hips_offset(properties),
-                 chest_offset(properties),
-                 held(LBXEffectorHips),
-                 held(LBXEffectorChestEnd),
-                 value_of(properties, record::SnSReachChestEnd) > 0.0f && value_of(properties, record::SnSScaleSpineChildren) != 0.0f,
-                 {}};
+    Pull pull = {
+        solve,
+        hips,
+        spine_slot,
+        spine_slot >= 0 ? chest_slot(solve.character) : hips,
+        iterations,
+        spine && spine_slot >= 0,
+        {},
+        limbs,
+        head,
+        weights,
+        pull_curve(limbs, pow4(limbs.stiffness, splat(exponent))),
+        excess_curve(splat(head.currentLength), splat(head.maximumLength), head_stiffness, head_stiffness, splat(weights.pullHead)),
+        gravity(solve, hips),
+        spine_slot >= 0 ? solve.nodes[spine_slot].local.q : quat_identity(),
+        midpoint_in_hips(solve) + hips_offset(properties),
+        chest_offset(properties),
+        held(LBXEffectorHips),
+        held(LBXEffectorChestEnd),
+        value_of(properties, record::SnSReachChestEnd) > 0.0f && value_of(properties, record::SnSScaleSpineChildren) != 0.0f,
+        {}};
     pull.carried = carried_points(pull);
     const BodyPlacements start = current_placements(pull);
     pull.goals = {toward_target(start.hips, solve.effectors, LBXEffectorHips),
@@ -389,6 +389,7 @@ void pull_body(const Solve& solve, bool spine)
     for (int i = 1; i <= pull.iterations; ++i) iterate(pull, i);
     const BodyWeights& w = pull.weights;
     place_weighted(pull, current_placements(pull), {w.pullHips, w.chestOnHips, w.heldHipsR, (1.0f - w.heldHipsR) * w.heldChestR});
+    settle_body(solve);
     update_descendants(solve, hips);
 }
 

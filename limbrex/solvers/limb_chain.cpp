@@ -75,14 +75,13 @@ namespace
 {
 
 // The path below a joint that has turned goes with it as one piece: the same place that its locals say, without waiting for one node after the other.
-void carry_below(const LimbChain& chain, int slot, const Tqs& before)
+void carry_below(const LimbChain& chain, int slot, Vec4 from, Quat turn)
 {
-    const Tqs& now = chain.solve.nodes[slot].global;
-    const Quat turn = quat_mul(now.q, conjugate(before.q));
+    const Vec4 to = at(chain, slot);
     for (int i = chain.pathCount - 1; i >= 0 && chain.path[i] != slot; --i)
     {
         Tqs& node = chain.solve.nodes[chain.path[i]].global;
-        node.t = now.t + rotate(turn, node.t - before.t);
+        node.t = to + rotate(turn, node.t - from);
         node.q = renormalized(quat_mul(turn, node.q));
     }
 }
@@ -92,7 +91,9 @@ void carry_below(const LimbChain& chain, int slot, const Tqs& before)
 void turn_joint(const LimbChain& chain, int slot, Quat turn)
 {
     const Tqs before = chain.solve.nodes[slot].global;
-    if (turn_node(chain.solve, slot, turn)) carry_below(chain, slot, before);
+    if (!turn_node(chain.solve, slot, turn)) return;
+    const bool limited = chain.solve.records[slot].limit >= 0;
+    carry_below(chain, slot, before.t, limited ? turn_between(before.q, global_rotation(chain.solve, slot)) : turn);
 }
 
 void aim_joint(const LimbChain& chain, int slot, Vec4 tip, Vec4 target)

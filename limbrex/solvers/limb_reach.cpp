@@ -45,33 +45,42 @@ LimbLengths limb_lengths(const Solve& solve, int limb, float share_m, float shar
 
 }  // namespace
 
-Vec4 smooth_excess(const ExcessCurve& curve, Vec4 d)
+ExcessCurve excess_curve(Vec4 current, Vec4 maximum, Vec4 weight, Vec4 folded_weight, Vec4 scale)
 {
     const Vec4 one = splat(1.0f);
-    const Vec4 lc = curve.current;
-    const Vec4 lm = max4(curve.maximum, lc);
-    const Vec4 w = curve.weight;
-    const Vec4 x0 = lm - (lm - lc) * w;
-    const Vec4 y0 = (x0 - lc) * w;
-    const Vec4 x1 = ((lm - x0) * splat(1.5f) + x0) * (one - w) + w * lm;
-    const Vec4 s = x1 - x0;
-    const Vec4 y3 = (x1 - lm) * (one - w) + (x1 - lc) * w;
-    const Vec4 y1 = w * s * splat(1.0f / 3.0f) + y0;
-    const Vec4 y2 = y3 - s * splat(1.0f / 3.0f);
+    const Vec4 third = splat(1.0f / 3.0f);
+    ExcessCurve c;
+    c.current = current;
+    c.maximum = max4(maximum, current);
+    c.weight = weight;
+    c.foldedWeight = folded_weight;
+    c.scale = scale;
+    c.begin = c.maximum - (c.maximum - current) * weight;
+    c.end = ((c.maximum - c.begin) * splat(1.5f) + c.begin) * (one - weight) + weight * c.maximum;
+    const Vec4 span = c.end - c.begin;
+    const Vec4 no_span = less_equal4(span, zero4());
+    c.inverseSpan = andnot4(no_span, one / select4(no_span, one, span));
+    c.y0 = (c.begin - current) * weight;
+    c.y3 = (c.end - c.maximum) * (one - weight) + (c.end - current) * weight;
+    c.y1 = weight * span * third + c.y0;
+    c.y2 = c.y3 - span * third;
+    return c;
+}
 
-    const Vec4 below = less_equal4(d, x0);
-    const Vec4 above = less_equal4(x1, d);
-    const Vec4 no_span = less_equal4(s, zero4());
-    const Vec4 u = andnot4(no_span, (d - x0) / select4(no_span, one, s));
+Vec4 smooth_excess(const ExcessCurve& curve, Vec4 d)
+{
+    const Vec4 u = (d - curve.begin) * curve.inverseSpan;
     const auto mix = [&](Vec4 a, Vec4 b) { return a + (b - a) * u; };
-    const Vec4 a = mix(y0, y1);
-    const Vec4 b = mix(y1, y2);
-    const Vec4 c = mix(y2, y3);
+    const Vec4 a = mix(curve.y0, curve.y1);
+    const Vec4 b = mix(curve.y1, curve.y2);
+    const Vec4 c = mix(curve.y2, curve.y3);
     const Vec4 between = mix(mix(a, b), mix(b, c));
 
-    const Vec4 low = (d - lc) * w;
-    const Vec4 high = (d - lm) * (one - w) + low;
-    return select4(below, low, select4(above, high, between)) * curve.scale;
+    const Vec4 beyond = d - curve.current;
+    const Vec4 low = beyond * select4(less4(d, curve.current), curve.foldedWeight, curve.weight);
+    const Vec4 high = (d - curve.maximum) * (splat(1.0f) - curve.weight) + beyond * curve.weight;
+    const Vec4 outside = select4(less_equal4(curve.end, d), high, between);
+    return select4(less_equal4(d, curve.begin), low, outside) * curve.scale;
 }
 
 LimbReach limb_reach(const Solve& solve, int first)
@@ -114,17 +123,18 @@ PointLanes limb_roots(const Solve& solve, const LimbReach& reach)
     return point_lanes(position(solve, upper[0]), position(solve, upper[1]), position(solve, upper[2]), position(solve, upper[3]));
 }
 
-PointLanes pull_vectors(const LimbReach& reach, const PointLanes& roots, Vec4 stiffness)
+ExcessCurve pull_curve(const LimbReach& reach, Vec4 stiffness)
+{
+    return excess_curve(reach.currentLength, reach.maximumLength, stiffness, stiffness * reach.compression, reach.shares.pull);
+}
+
+PointLanes pull_vectors(const LimbReach& reach, const PointLanes& roots, const ExcessCurve& curve)
 {
     const PointLanes v = reach.target - roots * reach.targetWeight;
     // Beyond what a square can hold a goal pulls no further.
     const Vec4 square = min4(dot_lanes(v, v), splat(3.0e38f));
     const Vec4 inverse = reciprocal_sqrt4(square);
-    const Vec4 distance = square * inverse;
-
-    const Vec4 folded = less4(distance, reach.currentLength);
-    const Vec4 weight = stiffness * select4(folded, reach.compression, splat(1.0f));
-    return v * (smooth_excess({reach.currentLength, reach.maximumLength, weight, reach.shares.pull}, distance) * inverse);
+    return v * (smooth_excess(curve, square * inverse) * inverse);
 }
 
 }  // namespace lbx

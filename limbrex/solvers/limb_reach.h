@@ -12,10 +12,16 @@ namespace lbx
 // extended, joined by a cubic with matching slopes. weight 1 pulls by all beyond the current length, weight 0 by what lies beyond the maximum.
 struct ExcessCurve
 {
-    Vec4 current, maximum;  // lengths; a maximum below the current length counts as equal to it
+    Vec4 current, maximum;  // lengths
     Vec4 weight;
-    Vec4 scale;
+    Vec4 foldedWeight;    // in place of the weight below the current length
+    Vec4 scale;           // of the result
+    Vec4 begin, end;      // distances between which the cubic runs
+    Vec4 inverseSpan;     // 1 / (end - begin); 0 without a span
+    Vec4 y0, y1, y2, y3;  // its control values
 };
+// A maximum below the current length counts as equal to it. Weights are 0 to 1.
+ExcessCurve excess_curve(Vec4 current, Vec4 maximum, Vec4 weight, Vec4 folded_weight, Vec4 scale);
 Vec4 smooth_excess(const ExcessCurve& curve, Vec4 distance);
 
 // Fixed for a whole body pull.
@@ -34,7 +40,9 @@ LimbReach limb_reach(const Solve& solve, int first = 0);
 // Where the limbs' upper joints stand. The spare entry's place where the limb is missing: its shares are 0.
 PointLanes limb_roots(const Solve& solve, const LimbReach& reach);
 
-// Per limb the vector that its upper joint should travel. stiffness: the limb's, as the caller powers it.
-PointLanes pull_vectors(const LimbReach& reach, const PointLanes& roots, Vec4 stiffness);
+// How the limbs pull, with their stiffness as the caller powers it.
+ExcessCurve pull_curve(const LimbReach& reach, Vec4 stiffness);
+// Per limb the vector that its upper joint should travel.
+PointLanes pull_vectors(const LimbReach& reach, const PointLanes& roots, const ExcessCurve& curve);
 
 }  // namespace lbx

@@ -89,9 +89,10 @@ bool place_chest_by_effector(const Solve& solve)
 {
     if (!(solve.mask & LBXSolvingStepSpine) || slot_of(solve, LBXNodeSpine) < 0) return false;
     const BodyTriple body = load_body_effectors(solve.effectors);
-    const bool moved = place_chest(solve, body.chestEnd, lane<kResist>(body.chestOrigin.weights), {0.0f, 1.0f, true});
-    if (moved) update_shoulders(solve);
-    return moved;
+    if (!place_chest(solve, body.chestEnd, lane<kResist>(body.chestOrigin.weights), {0.0f, 1.0f, true})) return false;
+    update_spine_locals(solve);
+    update_shoulders(solve);
+    return true;
 }
 
 }  // namespace
@@ -103,6 +104,7 @@ void solve_low_definition(const Solve& solve)
     bool body_moved = place_hips_by_effector(solve, load_body_effectors(solve.effectors).hips);
     if (body_moved)
     {
+        update_local(solve, hips);
         update_around_hips(solve);
         update_legs(solve);  // the pull measures them
     }

@@ -17,7 +17,7 @@ void hold_all_limits(const Solve& solve)
     {
         const int slot = solve.order[place];
         if (place < follows_until) update_global(solve, slot);
-        if (solve.records[slot].limit >= 0 && enforce_limit(solve, slot))
+        if (enforce_limit(solve, slot))
         {
             const int end = place + solve.subtree[slot];
             follows_until = end > follows_until ? end : follows_until;

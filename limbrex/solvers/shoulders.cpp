@@ -216,7 +216,7 @@ bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach
     }
     if (of_limb(reach.shares.pull, row.limb) > 0.0f)
     {
-        const Vec4 pull = vectors_of(pull_vectors(reach, limb_roots(solve, reach), reach.stiffness)).v[row.limb];
+        const Vec4 pull = vectors_of(pull_vectors(reach, limb_roots(solve, reach), pull_curve(reach, reach.stiffness))).v[row.limb];
         // What the shoulder's own pull, the stiffness and the resistance leave of the turn, axis by axis.
         const float free = (1.0f - reach_t * lane<kPull>(weights)) * (1.0f - lane<kResist>(weights));
         const Vec4 kept = splat(1.0f) - (splat(1.0f) - stiffness) * free;

@@ -13,7 +13,8 @@ enum ShoulderSide : int
     kRightShoulder = 1
 };
 
-// Turns the collar toward its effector, then toward the goal that the arm cannot reach by itself. False when nothing was asked.
+// Turns the collar toward its effector, then toward the goal that the arm cannot reach by itself. The arm is current afterwards, what else hangs on it
+// when the limb is finished. False when nothing was asked.
 bool turn_shoulder(const Solve& solve, ShoulderSide side, const LimbReach& reach);
 
 // An arm before it is solved: which way it points, and where its joints are asked to go.

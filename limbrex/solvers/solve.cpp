@@ -44,11 +44,9 @@ bool hold_translation(const LimitRecord& limit, Vec4 parent_scale, Vec4& local_t
 
 }  // namespace
 
-bool enforce_limit(const Solve& solve, int slot)
+bool hold_limit(const Solve& solve, int slot)
 {
-    const int32_t index = solve.records[slot].limit;
-    if (index < 0) return false;
-    const LimitRecord& limit = limit_records(solve.character)[index];
+    const LimitRecord& limit = limit_records(solve.character)[solve.records[slot].limit];
     StateNode& node = solve.nodes[slot];
     const int parent = solve.parents[slot];
     const bool turned = hold_angles(limit.joint, node.local.q);

@@ -63,7 +63,8 @@ inline Vec4 position(const Solve& solve, int slot) { return solve.nodes[slot].gl
 
 // Clamps the local rotation and translation of a node with a limit record; when that changed the local, its global is recomputed.
 // True when it changed. The nodes below are the caller's to update.
-bool enforce_limit(const Solve& solve, int slot);
+bool hold_limit(const Solve& solve, int slot);
+inline bool enforce_limit(const Solve& solve, int slot) { return solve.records[slot].limit >= 0 && hold_limit(solve, slot); }
 
 // Local rotation of a node that turned in place: its local translation is what it was.
 inline void update_local_rotation(const Solve& solve, int slot)

@@ -9,10 +9,18 @@ constexpr float kNoTurn = 1e-6f;        // squared vector part below which a rot
 constexpr float kShortestRest = 0.01f;  // rest lengths up to this have no direction to stretch along
 constexpr float kNarrowRange = 1e-5f;   // stretch range below which the curve has no room to bend
 
-// False when no segment has a length to be reset to.
-bool reset_spine_lengths(const Solve& solve)
+// Whether a reach stretches the chain, or brings segments back to lengths that they know.
+bool changes_lengths(const Solve& solve)
 {
-    bool any = false;
+    if (value_of(solve.properties, record::SnSReachChestEnd) > 0.0f) return true;
+    const ChainRecord& spine = solve.character.spine;
+    for (int i = 0; i < spine.count; ++i)
+        if (solve.records[spine.slots[i]].limit >= 0) return true;
+    return false;
+}
+
+void reset_spine_lengths(const Solve& solve)
+{
     const StretchRequest rest = {1.0f, 0.0f, false};
     const ChainRecord& spine = solve.character.spine;
     for (int i = 0; i < spine.count; ++i)
@@ -22,9 +30,7 @@ bool reset_spine_lengths(const Solve& solve)
         if (limit == nullptr) continue;
         const Vec4 parent_scale = solve.nodes[solve.parents[slot]].global.s;
         solve.nodes[slot].local.t = stretched_translation(*limit, parent_scale, solve.nodes[slot].local.t, rest);
-        any = true;
     }
-    return any;
 }
 
 // Stretches every segment by the factor and lets scales follow by scale_factor. A node's parent scale is the Hips' for Spine, the stretched Spine's for
@@ -56,6 +62,7 @@ void distribute_over_spine(const Solve& solve, Quat r, float resist)
     const float above = static_cast<float>(spine.count - 1);
     const float base = 2.0f * above * resist + 0.5f;
     const float unit_share = half_angle / (base + above);
+    Tqs below = solve.nodes[spine.slots[0]].global;
     for (int k = 0; k < spine.count; k += 4)
     {
         // Four shares side by side: sine of the half angle in x, y and z, cosine in w.
@@ -69,23 +76,29 @@ void distribute_over_spine(const Solve& solve, Quat r, float resist)
             const int slot = spine.slots[k + i];
             StateNode& node = solve.nodes[slot];
             // The old global rotation takes its own share; the position follows the parent that has just turned.
-            if (k + i > 0)
-            {
-                const Tqs& below = solve.nodes[spine.slots[k + i - 1]].global;
-                node.global.t = below.t + rotate(below.q, node.local.t);
-            }
-            node.global.q = renormalized(quat_mul(shares[i] * axis, node.global.q));
+            if (k + i > 0) below.t += rotate(below.q, node.local.t);
+            below.q = quat_mul(shares[i] * axis, node.global.q);
+            node.global.t = below.t;
+            node.global.q = renormalized(below.q);
             if (solve.records[slot].limit < 0) continue;
             update_local_rotation(solve, slot);
             enforce_limit(solve, slot);
+            below = node.global;
         }
     }
 }
 
-void update_spine_locals(const Solve& solve)
+// The chain above Spine, as one piece, by a turn and from where Spine stood to where it stands.
+void carry_above_spine(const Solve& solve, Vec4 from, Quat turn)
 {
     const ChainRecord& spine = solve.character.spine;
-    for (int i = 0; i < spine.count; ++i) update_local_rotation(solve, spine.slots[i]);
+    const Vec4 to = position(solve, spine.slots[0]);
+    for (int i = 1; i < spine.count; ++i)
+    {
+        Tqs& node = solve.nodes[spine.slots[i]].global;
+        node.t = to + rotate(turn, node.t - from);
+        node.q = renormalized(quat_mul(turn, node.q));
+    }
 }
 
 void turn_chest(const Solve& solve, Quat target, float weight, float resist)
@@ -94,12 +107,15 @@ void turn_chest(const Solve& solve, Quat target, float weight, float resist)
     distribute_over_spine(solve, quat_mul(rotation_toward(current, target, weight), conjugate(current)), resist);
 }
 
-// Stretches the chain or brings it back to its lengths. False when it has none to change.
-bool change_lengths(const Solve& solve, Vec4 target, float progress)
+void change_lengths(const Solve& solve, Vec4 target, float progress)
 {
     const LBXPropertySet& properties = solve.properties;
     const float stretch = value_of(properties, record::SnSReachChestEnd);
-    if (stretch <= 0.0f) return reset_spine_lengths(solve);
+    if (stretch <= 0.0f)
+    {
+        reset_spine_lengths(solve);
+        return;
+    }
     const Vec4 bottom = position(solve, solve.character.spine.slots[0]);
     const float length = distance3(current_chest_end(solve, chest_offset(properties)), bottom);
     const float ratio = length > 0.0f ? distance3(target, bottom) / length : 1.0f;
@@ -107,7 +123,6 @@ bool change_lengths(const Solve& solve, Vec4 target, float progress)
     const StretchRequest request = {factor, stretch, value_of(properties, record::SnSSmoothReach) != 0.0f};
     stretch_spine(solve, request, value_of(properties, record::SnSScaleSpine) * (factor - 1.0f) + 1.0f,
                   value_of(properties, record::SnSScaleSpineChildren) * (factor - 1.0f) + 1.0f);
-    return true;
 }
 
 void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float resist, const SpineInputs& inputs)
@@ -121,30 +136,33 @@ void reach_with_spine(const Solve& solve, const BodyEffector& chest_end, float r
     Quat turn = shortest_arc(end - hips, target - hips);
     if (inputs.chestRotationReach > 0.0f) turn = normalize_quat(partial_quat(turn, 1.0f - 2.0f * inputs.chestRotationReach));
     distribute_over_spine(solve, turn, resist);
-    update_spine_locals(solve);
-    if (change_lengths(solve, target, inputs.progress))
+    if (changes_lengths(solve))
     {
+        update_spine_locals(solve);
+        change_lengths(solve, target, inputs.progress);
         update_global(solve, spine);
         update_spine(solve);
     }
     const Vec4 reached = current_chest_end(solve, offset);
     const Tqs before = solve.nodes[spine].global;
-    if (turn_node(solve, spine, shortest_arc(reached - hips, target - hips))) carry_spine(solve, before);
+    const Quat last = shortest_arc(reached - hips, target - hips);
+    if (turn_node(solve, spine, last))
+        carry_above_spine(solve, before.t, solve.records[spine].limit < 0 ? last : turn_between(before.q, global_rotation(solve, spine)));
+    else
+        update_local_rotation(solve, spine);
 }
 
 }  // namespace
 
-void carry_spine(const Solve& solve, const Tqs& spine_before)
+void update_spine_locals(const Solve& solve)
 {
     const ChainRecord& spine = solve.character.spine;
-    const Tqs& now = solve.nodes[spine.slots[0]].global;
-    const Quat turn = quat_mul(now.q, conjugate(spine_before.q));
-    for (int i = 1; i < spine.count; ++i)
-    {
-        Tqs& node = solve.nodes[spine.slots[i]].global;
-        node.t = now.t + rotate(turn, node.t - spine_before.t);
-        node.q = renormalized(quat_mul(turn, node.q));
-    }
+    for (int i = 0; i < spine.count; ++i) update_local_rotation(solve, spine.slots[i]);
+}
+
+void carry_spine(const Solve& solve, const Tqs& spine_before)
+{
+    carry_above_spine(solve, spine_before.t, turn_between(spine_before.q, global_rotation(solve, solve.character.spine.slots[0])));
 }
 
 void bring_spine(const Solve& solve, Quat target, float weight)
@@ -166,7 +184,7 @@ bool place_chest(const Solve& solve, const BodyEffector& chest_end, float resist
     if (reach_t > 0.0f)
         reach_with_spine(solve, chest_end, resist, inputs);
     else if (reach_r > 0.0f)
-        update_spine_locals(solve);
+        update_local_rotation(solve, solve.character.spine.slots[0]);
     return reach_t > 0.0f || reach_r > 0.0f;
 }
 

@@ -6,8 +6,11 @@
 namespace lbx
 {
 
-// What each of these moves is the chain itself: its globals and locals are current afterwards. What hangs on the chest is the caller's to update.
+// What each of these moves is the chain itself, whose globals are current afterwards, and the local of Spine. The locals above Spine wait until the body
+// is where it shall be, and what hangs on the chest is the caller's to update.
 
+// Local rotations of the whole chain from its globals.
+void update_spine_locals(const Solve& solve);
 // Everything above Spine follows it as one piece, from where Spine stood. Locals stay.
 void carry_spine(const Solve& solve, const Tqs& spine_before);
 // Spine, and the chain with it, to where its local puts it on the hips; there turned toward a unit rotation by a weight.

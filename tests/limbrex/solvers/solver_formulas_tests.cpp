@@ -16,7 +16,7 @@ using namespace solver_test;
 double excess(double d, double lc, double lm, double w, double k)
 {
     const auto lane = [](double v) { return lbx::splat(static_cast<float>(v)); };
-    return lbx::x_of(lbx::smooth_excess({lane(lc), lane(lm), lane(w), lane(k)}, lane(d)));
+    return lbx::x_of(lbx::smooth_excess(lbx::excess_curve(lane(lc), lane(lm), lane(w), lane(w), lane(k)), lane(d)));
 }
 
 lbx::Vec4 lanes(const Vec3& v) { return lbx::vec4(static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])); }
