@@ -16,6 +16,7 @@
 //   scene.delete(unit)                      its handle is null from now on
 //   unit:position()  unit:set_position(v)  unit:heading()  unit:set_heading(deg)  unit:play(clip)  unit:name()  unit:valid()
 //   unit:node_position(name)  unit:node_rotation(name)             of the last frame's world poses
+//   unit:node_index(name)                                          its number among the unit's nodes, from 1, for Limbrex functions that take one
 //   unit:body_height()                                             of its rest pose, 0 when the joints are not recognised
 //
 //   scene.ground(z)                                                an endless floor

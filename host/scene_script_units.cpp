@@ -299,6 +299,16 @@ int unit_node_position(SceneScript& script, lua_State* lua)
     return node >= 0 ? give_point(lua, unit.host->tree.worlds[static_cast<size_t>(node)].m + 12) : kSceneFailure;
 }
 
+// The node's number as Limbrex functions take it: from 1, as Lua counts.
+int unit_node_index(SceneScript& script, lua_State* lua)
+{
+    const UnitArgument unit = unit_argument(script, lua, "unit:node_index");
+    const int32_t node = unit.host != nullptr ? node_argument(script, lua, *unit.host, "unit:node_index") : -1;
+    if (node < 0) { return kSceneFailure; }
+    lua_pushinteger(lua, static_cast<lua_Integer>(node) + 1);
+    return 1;
+}
+
 int unit_node_rotation(SceneScript& script, lua_State* lua)
 {
     const UnitArgument unit = unit_argument(script, lua, "unit:node_rotation");
@@ -325,6 +335,7 @@ const SceneFunctionRow kSceneUnitMethods[] = {{"position", unit_position},
                                               {"play", unit_play},
                                               {"node_position", unit_node_position},
                                               {"node_rotation", unit_node_rotation},
+                                              {"node_index", unit_node_index},
                                               {nullptr, nullptr}};
 
 }  // namespace limbrex_host

@@ -5,7 +5,6 @@
 
 local RIGHT_WRIST = 4
 local AIM_ID = 1
-local RIGHT_FINGERS_NODE = 38 -- its place among the unit's own nodes, from 1: the aiming reference
 
 local function target(t)
     local angle = 2 * math.pi * t / 3
@@ -45,7 +44,7 @@ function update(t, dt)
     if not aiming then
         -- Unit, effector that carries the thing, shares of hips, chest, shoulder and elbow (the wrist takes the rest), reference node, two hands, target
         -- unit and effector or nil, position, the position counts, an angle without use, no solve in place; weight, seconds to fade in, id.
-        Limbrex.character_push_aim(person, RIGHT_WRIST, 0, 0.2, 0.35, 0.5, RIGHT_FINGERS_NODE, true, nil, 0, target(t), true, 0, false, 1.0, 0.6, AIM_ID)
+        Limbrex.character_push_aim(person, RIGHT_WRIST, 0, 0.2, 0.35, 0.5, person:node_index("RFingers"), true, nil, 0, target(t), true, 0, false, 1.0, 0.6, AIM_ID)
         aiming = true
         return
     end

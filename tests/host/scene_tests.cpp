@@ -215,6 +215,23 @@ TEST_F(Scene, HandlesOfDeletedUnitsAreNullAndTheirContextsGo)
     EXPECT_EQ(recording.lostBlocks, 0u);
 }
 
+TEST_F(Scene, NodesAreNumberedFromOneAsFunctionsOfThePluginTakeThem)
+{
+    ASSERT_TRUE(run(R"lua(
+        Limbrex.enable(true)
+        scene.rate(10)
+        local unit = scene.unit{clip = scene.clip{file = 'walker.bvh'}, rig = scene.rig{file = 'walker.character'}}
+        assert(unit:node_index("#unit") == 1 and unit:node_index("reference") == 3 and unit:node_index("Hips") == 4)
+        assert(not pcall(unit.node_index, unit, "Hop") and not pcall(unit.node_index, unit) and not pcall(unit.node_index, unit, 4))
+        function start() scene.delete(unit) assert(not pcall(unit.node_index, unit, "Hips")) end
+    )lua"))
+        << error;
+    const std::vector<std::string>& names = recording.units.at(0).nodeNames;
+    EXPECT_EQ(names.at(0), "#unit");
+    EXPECT_EQ(names.at(2), "reference");
+    EXPECT_EQ(names.at(3), "Hips");
+}
+
 TEST_F(Scene, FaultsOfScriptsNameTheirLineAndWhatWouldBeRight)
 {
     const auto fault = [this](const std::string& script)
