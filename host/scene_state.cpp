@@ -190,7 +190,13 @@ void animate_units(SceneState& scene)
     for (SceneUnit& unit : scene.units)
     {
         HostUnit* const record = scene.host_unit(unit);
-        if (record == nullptr || !unit.player.bound()) { continue; }
+        if (record == nullptr) { continue; }
+        if (!unit.player.bound())
+        {
+            // Every frame: what the plugin solved last would otherwise be taken for the animation.
+            unit.player.apply_rest(unit.skeleton, unit.layout, record->tree);
+            continue;
+        }
         std::array<double, 3> travel{};
         unit.player.apply(scene.time_s - unit.playStart_s, unit.skeleton, unit.layout, record->tree, travel);
         const std::array<double, 3> moved = world_from_asset(travel, static_cast<double>(record->heading_deg));

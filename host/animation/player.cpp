@@ -160,4 +160,11 @@ void ClipPlayer::apply(double time_s, const Skeleton& unit_skeleton, const UnitL
     pose_joints(unit_skeleton, layout, unitPoses, shift, tree);
 }
 
+void ClipPlayer::apply_rest(const Skeleton& unit_skeleton, const UnitLayout& layout, HostNodeTree& tree)
+{
+    unitPoses.resize(unit_skeleton.joints.size());
+    for (size_t j = 0; j < unitPoses.size(); ++j) { unitPoses[j] = unit_skeleton.joints[j].rest; }
+    pose_joints(unit_skeleton, layout, unitPoses, {0.0f, 0.0f, 0.0f}, tree);
+}
+
 }  // namespace limbrex_host

@@ -50,6 +50,9 @@ public:
     // asset's frame (y up); zero unless the root motion goes to the unit.
     void apply(double time_s, const Skeleton& unit_skeleton, const UnitLayout& layout, HostNodeTree& tree, std::array<double, 3>& travel);
 
+    // The rest pose, for units that play nothing.
+    void apply_rest(const Skeleton& unit_skeleton, const UnitLayout& layout, HostNodeTree& tree);
+
     const ClipPlayback& current() const { return playback; }
     size_t travelling_unit_joint() const { return travelJointOfUnit; }
 

@@ -177,6 +177,28 @@ TEST_F(Scene, TravelStaysWithTheHipsGoesToTheUnitOrIsLeftOut)
     expect_point(pose(cut.animatedWorld, cut, 25, "Hips").position, 0.0f, -0.6f, 1.12f);
 }
 
+TEST_F(Scene, AUnitWithoutAClipStartsEveryFrameFromItsRestPose)
+{
+    // An offset acts on the animated place: were the solved one taken for it, the hips would climb without end.
+    ASSERT_TRUE(run(R"lua(
+        Limbrex.enable(true)
+        scene.rate(10)
+        scene.duration(2)
+        local unit = scene.unit{skeleton = 'walker.bvh', rig = scene.rig{file = 'walker.character'}}
+        Limbrex.character_push_offset_position(unit, 0, {0, 0, 0.1}, true, 1, 0, 1)
+        Limbrex.character_push_pull(unit, 0, 1, 0, 2)
+    )lua"))
+        << error;
+    const UnitRecording& unit = recording.units.at(0);
+    for (size_t frame = 1; frame < recording.frameCount; ++frame)
+    {
+        const std::array<float, 3> hips = pose(unit.solvedWorld, unit, frame, "Hips").position;
+        expect_point(pose(unit.animatedWorld, unit, frame, "Hips").position, 0.0f, 0.0f, 1.0f);
+        EXPECT_NEAR(hips[2], 1.1f, 0.02f) << frame;
+        EXPECT_EQ(hips, pose(unit.solvedWorld, unit, 1, "Hips").position) << frame;
+    }
+}
+
 TEST_F(Scene, HandlesOfDeletedUnitsAreNullAndTheirContextsGo)
 {
     ASSERT_TRUE(run(R"lua(
