@@ -10,6 +10,6 @@ local bull = scene.unit{skeleton = "/usr/share/assimp/models/X/Testwuson.X", rig
 
 scene.ground(0)
 scene.duration(97)
-scene.rate(30)
+scene.rate(60)
 
 Limbrex.character_push_test_quadruped(bull)
