@@ -192,6 +192,7 @@ void Recorder::drawn(SceneState& scene)
 
 void Recorder::end(const SceneState& scene)
 {
+    recording.closeUps = scene.closeUps;
     recording.notes = scene.notes;
     recording.log = scene.engine.log.entries();
     recording.lostBlocks = scene.engine.lost_blocks();

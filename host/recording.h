@@ -87,6 +87,14 @@ struct ColliderRecording
     std::vector<NodePose> poses_world;
 };
 
+// A part of a unit that reports show from near by.
+struct CloseUpRecording
+{
+    std::string name;
+    size_t unit = 0;   // index into Recording::units
+    size_t joint = 0;  // of the unit's skeleton: it and all that hangs on it
+};
+
 struct LineRecording
 {
     uint32_t colour_argb = 0xffffffffu;
@@ -122,6 +130,7 @@ struct Recording
     std::vector<UnitRecording> units;
     std::vector<GoalRecording> goals;
     std::vector<MarkerRecording> markers;
+    std::vector<CloseUpRecording> closeUps;
     std::vector<ColliderRecording> colliders;
     std::vector<std::vector<LineRecording>> lines;  // per frame: what the plugin drew
     TimingRecording timing;

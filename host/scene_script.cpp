@@ -1,5 +1,6 @@
 #include "host/scene_script.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <fmt/format.h>
@@ -119,6 +120,31 @@ int add_marker(SceneScript& script, lua_State* lua)
     return 0;
 }
 
+int add_close_up(SceneScript& script, lua_State* lua)
+{
+    ScriptTable table(lua, "scene.close_up");
+    CloseUpRecording view;
+    uint32_t id = 0;
+    std::string joint;
+    for (const char* const member : {"unit", "joint"}) { table.require(member); }
+    table.readUnit("unit", id);
+    table.read("joint", joint);
+    view.name = joint;
+    table.read("name", view.name);
+    if (!table.done()) { return scene_failure(script, table.failure()); }
+    const SceneUnit* const unit = script.scene.find_unit(id, &view.unit);
+    if (unit == nullptr) { return scene_failure(script, "scene.close_up: member \"unit\": the unit was deleted"); }
+    const std::vector<Joint>& joints = unit->skeleton.joints;
+    const auto found = std::find_if(joints.begin(), joints.end(), [&joint](const Joint& each) { return each.name == joint; });
+    if (found == joints.end())
+    {
+        return scene_failure(script, fmt::format("scene.close_up: member \"joint\": the unit has no joint \"{}\"", joint));
+    }
+    view.joint = static_cast<size_t>(found - joints.begin());
+    script.scene.closeUps.push_back(view);
+    return 0;
+}
+
 int add_measured(SceneScript& script, lua_State* lua, bool pin)
 {
     const char* const function = pin ? "scene.pin" : "scene.goal";
@@ -158,9 +184,9 @@ int add_pin(SceneScript& script, lua_State* lua) { return add_measured(script, l
 
 }  // namespace
 
-const SceneFunctionRow kSceneMeasureFunctions[] = {{"duration", set_duration}, {"rate", set_rate}, {"time", get_time},
-                                                   {"frame", get_frame},       {"note", add_note}, {"marker", add_marker},
-                                                   {"goal", add_goal},         {"pin", add_pin},   {nullptr, nullptr}};
+const SceneFunctionRow kSceneMeasureFunctions[] = {
+    {"duration", set_duration}, {"rate", set_rate}, {"time", get_time}, {"frame", get_frame},       {"note", add_note},
+    {"marker", add_marker},     {"goal", add_goal}, {"pin", add_pin},   {"close_up", add_close_up}, {nullptr, nullptr}};
 
 int scene_failure(SceneScript& script, const std::string& what)
 {

@@ -28,6 +28,7 @@
 //   scene.ray(origin, direction, length, unit)                     nearest hit's position and normal, or nil; the unit is left out
 //
 //   scene.marker{position=, name=, color=, size=}                  shown in reports; position may be a function of the time
+//   scene.close_up{unit=, joint=, name=}                           a joint and all that hangs on it, shown from near by
 //   scene.goal{unit=, effector=, id=, target=, name=, from=, to=}  measured while the constraint of that id is on the stack
 //   scene.pin{unit=, effector=, id=, name=, from=, to=}            the same against where the effector stood in the constraint's first frame
 //

@@ -104,6 +104,7 @@ struct SceneState
     std::vector<SceneCollider> colliders;
     std::vector<SceneMarker> markers;
     std::vector<SceneGoal> goals;
+    std::vector<CloseUpRecording> closeUps;
     std::vector<std::string> notes;
 
     // The unit's record and its index; null for one that the scene did not make.

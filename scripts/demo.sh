@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Sets up, builds, and lets motion-capture clips from Debian's assimp-testmodels obey three scene scripts. Results go to out/.
+# Sets up, builds, and lets clips from Debian's assimp-testmodels obey every script of examples/scenes. Results go to out/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -22,4 +22,5 @@ for scene in "${scenes[@]}"; do
     echo "    filmstrip.png   moments side by side: the clip in grey, the solved pose in colour, goals marked"
     echo "    scene.glb       the animation, for any glTF viewer"
     echo "    metrics.json    how well each goal was met, and what it cost"
+    [[ ! -f "out/$name/close_up.png" ]] || echo "    close_up.png    hands from near by"
 done

@@ -1,5 +1,5 @@
--- Leaning with both hands flat on a wall, fingers up. The wall gives way, and the lean follows it; then it comes back, nearer than before, and the elbows
--- take up what is left. The feet stay where they are.
+-- Leaning with both hands flat on a wall, fingers up. The wall gives way, and the lean follows it; then it comes back, nearer than before, and the
+-- elbows take up what is left. The feet stay where they are.
 --
 -- World frame: z up, metres. The actor, at rest between two hops, looks along -y; played at 0.28 of their speed. The wall's face looks along +y.
 
@@ -38,6 +38,8 @@ local function lean(t) return vec(0, -0.5 * (distance(t) - 0.35), -0.04) end
 scene.ground(0)
 scene.box{name = "wall", size = {1.6, 0.1, 1.9}, position = function(t) return vec(feet.x, face(t) - 0.05, 0.95) end}
 scene.duration(3.7)
+scene.close_up{unit = person, joint = "LeftForeArm", name = "left hand"}
+scene.close_up{unit = person, joint = "RightForeArm", name = "right hand"}
 scene.goal{name = "left hand", unit = person, effector = LEFT_WRIST, id = LEFT_REACH, target = left_target, from = TOUCH}
 scene.goal{name = "right hand", unit = person, effector = RIGHT_WRIST, id = RIGHT_REACH, target = right_target, from = TOUCH}
 scene.pin{name = "left foot", unit = person, effector = LEFT_ANKLE, id = LEFT_FOOT, from = BEGIN + 0.2}

@@ -277,6 +277,8 @@ TEST_F(Scene, FaultsOfScriptsNameTheirLineAndWhatWouldBeRight)
     EXPECT_THAT(fault("scene.marker{position = function() return 1 end} scene.duration(1)"), HasSubstr("a finite vector was expected"));
     EXPECT_THAT(fault("local u = scene.unit{skeleton = 'walker.bvh'} scene.goal{unit = u, effector = 44, id = 1, target = {0, 0, 0}}"),
                 HasSubstr("outside 0 to 43"));
+    EXPECT_THAT(fault("scene.close_up{unit = scene.unit{skeleton = 'walker.bvh'}, joint = 'Hand'}"), HasSubstr("has no joint \"Hand\""));
+    EXPECT_THAT(fault("scene.close_up{joint = 'Hips'}"), HasSubstr("\"unit\" is missing"));
     EXPECT_THAT(fault("function update(time) if scene.frame() == 4 then\n error('stop here') end end"),
                 HasSubstr("scene.lua:2: stop here"));
     EXPECT_THAT(fault("function stop() error('at the end') end scene.duration(0.1)"), HasSubstr("at the end"));

@@ -124,6 +124,7 @@ TEST_F(Command, ExampleRigsFitTheirClips)
 {
     const std::string rigs = std::string(LIMBREX_SOURCE_DIR) + "/examples/rigs/";
     EXPECT_EQ(limbrex("rig check " + rigs + "hops.character --skeleton " + kHops).exitCode, 0);
+    EXPECT_EQ(limbrex("rig check " + rigs + "hands.character --skeleton " + rigs + "../skeletons/hands.bvh").exitCode, 0);
     EXPECT_EQ(limbrex("rig check " + rigs + "boxer.character --skeleton /usr/share/assimp/models/BVH/Boxing_Toes.bvh").exitCode, 0);
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/scene.h"
+#include "tools/commands/close_up.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/frame_range.h"
 #include "tools/commands/plugin_path.h"
@@ -63,6 +64,7 @@ bool write_reports(const fs::path& folder, const limbrex_host::Recording& record
     FilmstripOptions strip;
     strip.title = fs::path(recording.scene).stem().string();
     return (rows.empty() || write_filmstrip((folder / "filmstrip.png").string(), strip, rows, error)) &&
+           write_close_ups((folder / "close_up.png").string(), strip.title, recording, error) &&
            write_scene_glb((folder / "scene.glb").string(), recording, error) &&
            write_metrics_json((folder / "metrics.json").string(), metrics, error);
 }
@@ -79,8 +81,8 @@ int run(const RunArguments& arguments)
     {
         return fail(error);
     }
-    fmt::print("{}\nwrote {}, {}, {}\n", metrics_table(metrics), (folder / "scene.glb").string(), (folder / "filmstrip.png").string(),
-               (folder / "metrics.json").string());
+    fmt::print("{}\nwrote {}, {}, {}{}\n", metrics_table(metrics), (folder / "scene.glb").string(), (folder / "filmstrip.png").string(),
+               (folder / "metrics.json").string(), recording.closeUps.empty() ? "" : ", " + (folder / "close_up.png").string());
     return 0;
 }
 
