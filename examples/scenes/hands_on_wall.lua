@@ -38,8 +38,8 @@ local function lean(t) return vec(0, -0.5 * (distance(t) - 0.35), -0.04) end
 scene.ground(0)
 scene.box{name = "wall", size = {1.6, 0.1, 1.9}, position = function(t) return vec(feet.x, face(t) - 0.05, 0.95) end}
 scene.duration(3.7)
-scene.close_up{unit = person, joint = "LeftForeArm", name = "left hand"}
-scene.close_up{unit = person, joint = "RightForeArm", name = "right hand"}
+scene.close_up{unit = person, joint = "LeftHand", name = "left hand"}
+scene.close_up{unit = person, joint = "RightHand", name = "right hand"}
 scene.goal{name = "left hand", unit = person, effector = LEFT_WRIST, id = LEFT_REACH, target = left_target, from = TOUCH}
 scene.goal{name = "right hand", unit = person, effector = RIGHT_WRIST, id = RIGHT_REACH, target = right_target, from = TOUCH}
 scene.pin{name = "left foot", unit = person, effector = LEFT_ANKLE, id = LEFT_FOOT, from = BEGIN + 0.2}

@@ -25,7 +25,8 @@ constexpr double kHeader = 62.0;
 constexpr double kLabel = 24.0;
 constexpr double kCaption = 26.0;
 constexpr double kSlimmer = 0.7;  // bones are drawn for the distance; from near by they would hide each other
-constexpr double kAir = 0.06;     // of the part's extent, on each side
+constexpr double kOnJoint_m = 0.005;
+constexpr double kAir = 0.06;  // of the part's extent, on each side
 
 struct Part
 {
@@ -83,16 +84,13 @@ PanelScale fit(const Part& part)
     for (const size_t frame : part.frames)
     {
         const Vec3d centre = ground_centre(part.run, part.figure, frame);
-        for (const limbrex_host::RigidPose* const pose : {part.run.solved_at(frame), part.run.animated_at(frame)})
+        for (const size_t joint : part.joints)
         {
-            for (const size_t joint : part.joints)
-            {
-                const Projected p = project(part.camera, pose[joint].position - centre);
-                left = std::min(left, p.x);
-                right = std::max(right, p.x);
-                low = std::min(low, p.y);
-                high = std::max(high, p.y);
-            }
+            const Projected p = project(part.camera, part.run.solved_at(frame)[joint].position - centre);
+            left = std::min(left, p.x);
+            right = std::max(right, p.x);
+            low = std::min(low, p.y);
+            high = std::max(high, p.y);
         }
     }
     const double side = std::max({right - left, high - low, 0.01}) * (1.0 + 2.0 * kAir);
@@ -102,6 +100,16 @@ PanelScale fit(const Part& part)
     scale.left = 0.5 * (left + right - side);
     scale.top = 0.5 * (low + high + side);
     return scale;
+}
+
+// Whether a goal moves this part: its effector stands on one of the joints.
+bool belongs(const Part& part, const GoalView& goal)
+{
+    const auto first = std::find_if(goal.points.begin(), goal.points.end(), [](const GoalPoint& point) { return point.active; });
+    if (first == goal.points.end()) { return false; }
+    const limbrex_host::RigidPose* const pose = part.run.solved_at(static_cast<size_t>(first - goal.points.begin()));
+    return std::any_of(part.joints.begin(), part.joints.end(),
+                       [&](size_t joint) { return length(pose[joint].position - first->reached_world) < kOnJoint_m; });
 }
 
 bool make_part(const Recording& recording, const CloseUpRecording& wanted, Part& part, std::string& error)
@@ -115,6 +123,8 @@ bool make_part(const Recording& recording, const CloseUpRecording& wanted, Part&
     }
     part.name = wanted.name;
     part.joints = joints_below(skeleton, wanted.joint);
+    std::vector<GoalView>& goals = part.run.goals;
+    goals.erase(std::remove_if(goals.begin(), goals.end(), [&part](const GoalView& goal) { return !belongs(part, goal); }), goals.end());
     part.figure = figure_of_part(skeleton, part.joints);
     part.frames = pick_moments(part.run.frameCount, kMoments);
     std::vector<std::vector<Vec3d>> poses;
