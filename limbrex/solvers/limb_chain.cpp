@@ -44,6 +44,7 @@ LimbChain make_limb_chain(const Solve& solve, int limb, bool arm, const LimbGoal
                        goals.end,
                        goals.extremity,
                        goals.placed,
+                       is_leg(limb),
                        is_in_effect(properties, record_of_property(row.killPitch)),
                        arm && value_of(properties, record::ParamRealisticArmSolving) != 0.0f,
                        value_of(properties, record_of_property(row.maximumExtension)),

@@ -36,6 +36,7 @@ struct LimbChain
     int extremity;           // slot or -1
     LimbGoal rootGoal, middleGoal, endGoal, extremityGoal;
     bool placed;
+    bool leg;
     bool killPitch;
     bool realisticArm;
     float maximumExtension;       // 0 to 1

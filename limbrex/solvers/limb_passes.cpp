@@ -56,6 +56,16 @@ void reach_with_end(const LimbChain& chain, Vec4 target)
     aim_joint(chain, chain.upper, at(chain, chain.end), target);
 }
 
+// The two bones bring the extremity onto a point while the end keeps the rotation that it has.
+void reach_with_end_held(const LimbChain& chain, Vec4 target)
+{
+    const Quat orientation = chain.solve.nodes[chain.end].global.q;
+    reach_with_end(chain, target - (at(chain, chain.extremity) - at(chain, chain.end)));
+    chain.solve.nodes[chain.end].global.q = orientation;
+    update_local_rotation(chain.solve, chain.end);
+    follow(chain, chain.end);
+}
+
 void aim_end_at_extremity_goal(const LimbChain& chain)
 {
     if (chain.extremity < 0 || chain.extremityGoal.reachT <= 0.0f) return;
@@ -119,6 +129,8 @@ void middle_pass(const LimbChain& chain)
     aim_end_at_extremity_goal(chain);
 }
 
+// A hand goes along with the forearm. A foot stands across its shin: carried along, its toes would first swing away from the hip as the knee opens, so that
+// a straight leg could come nearer only by a knee bent at once, by twice the angle that they stand ahead. It keeps its slope, and the ankle takes the bend.
 void extremity_pass(const LimbChain& chain)
 {
     const Vec4 root = at(chain, chain.upper);
@@ -130,19 +142,20 @@ void extremity_pass(const LimbChain& chain)
     if (distance3(target, at(chain, chain.extremity)) > kMet * (tail + distance3(at(chain, chain.end), root)))
     {
         aim_joint(chain, chain.upper, at(chain, chain.extremity), target);
-        bend_to_distance(chain, distance3(end_for_extremity(chain, target), root));
-        aim_joint(chain, chain.upper, at(chain, chain.extremity), target);
+        if (chain.leg)
+            reach_with_end_held(chain, target);
+        else
+        {
+            bend_to_distance(chain, distance3(end_for_extremity(chain, target), root));
+            aim_joint(chain, chain.upper, at(chain, chain.extremity), target);
+        }
     }
     turn_plane_to_middle_goal(chain);
     if (chain.endGoal.reachR > 0.0f)
     {
         // Turning the end to its goal has moved the extremity off its own: the two bones bring it back with the end's orientation held.
         orient_joint(chain, chain.end, chain.endGoal, false);
-        const Quat orientation = chain.solve.nodes[chain.end].global.q;
-        reach_with_end(chain, target - (at(chain, chain.extremity) - at(chain, chain.end)));
-        chain.solve.nodes[chain.end].global.q = orientation;
-        update_local_rotation(chain.solve, chain.end);
-        follow(chain, chain.end);
+        reach_with_end_held(chain, target);
     }
     aim_joint(chain, chain.end, at(chain, chain.extremity), target);
 }
