@@ -7,12 +7,18 @@
 #include "constraints/push_constraint.h"
 #include "constraints/turns.h"
 #include "contexts/solver_frame.h"
+#include "debug/debug_shapes.h"
+#include "resources/plugin_state.h"
 
 namespace
 {
 
 constexpr LBXEffectorId kNoEffector = -1;
 constexpr int kStageCount = 5;  // hips, chest, shoulder, elbow, wrist
+constexpr int kDrawnStage = 1;  // the chest shows what the whole body aims at
+
+constexpr uint32_t kReferenceColour = 0x90000000u;
+constexpr float kReferenceSize = 0.1f;
 
 // What an attachment effector belongs to. The stages from the shoulder on exist down to the attachment, and only for arms.
 struct ArmRow
@@ -41,6 +47,12 @@ const ArmRow& arm_of(LBXEffectorId attachment)
         if (row.attachment == attachment) return row;
     }
     return kNoArm;
+}
+
+void draw_reference(const CharacterContext& context, Vec4 reference_world)
+{
+    draw_marker(&context, reference_world, kReferenceSize, kReferenceColour);
+    draw_box(&context, reference_world, kIdentityRotation, kReferenceSize, kReferenceColour);
 }
 
 void lock_ankles(CharacterContext& context, float weight)
@@ -107,6 +119,7 @@ void AimConstraint::evaluate(CharacterContext& context, float step_s)
     NodePose reference;
     if (!read_node_pose(context.unit, referenceNode, reference)) return;
     lastReferencePosition = reference.position_world;
+    if (plugin_state().drawRigsEnabled) draw_reference(context, lastReferencePosition);
 
     const ArmRow& arm = arm_of(attachmentEffector);
     const EffectorGoal attachment = read_goal(context, attachmentEffector);
@@ -119,6 +132,10 @@ void AimConstraint::evaluate(CharacterContext& context, float step_s)
     const float shares[kStageCount] = {hipsWeight, chestWeight, shoulderWeight, elbowWeight, 1.0f};
     for (int stage = 0; stage < kStageCount && effectors[stage] != kNoEffector; ++stage)
     {
+        if (stage == kDrawnStage && plugin_state().drawRigsEnabled)
+        {
+            draw_target(context, solver_to_world(context, read_goal(context, effectors[stage]).translation), aim_target.point_world());
+        }
         const bool is_attachment = effectors[stage] == attachmentEffector;
         turnStage(context, effectors[stage], is_attachment ? 1.0f : shares[stage], aim_target);
     }

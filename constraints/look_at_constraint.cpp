@@ -8,6 +8,7 @@
 #include "constraints/turns.h"
 #include "contexts/debug_lists.h"
 #include "contexts/solver_frame.h"
+#include "resources/plugin_state.h"
 
 namespace
 {
@@ -27,12 +28,16 @@ Quat upright(Quat rotation, Vec4 direction)
     return mul(shortest_arc(rotate(rotation, kUp), crown), rotation);
 }
 
+// The one who looks shows where to; the one looked at shows what is looked at, and along which line of sight. That line crosses two frames, so it
+// is kept in the world.
 void record_look(CharacterContext& context, const FrameTarget& target, Vec4 head_solver, Vec4 wanted_solver, Vec4 forward_solver)
 {
     record_debug_segment(context, head_solver, add3(head_solver, wanted_solver), kLookColour, true);
     record_debug_point(context, head_solver, kLookColour);
     if (!target.context) return;
-    record_debug_segment(context, head_solver, add3(head_solver, forward_solver), kTargetColour, true);
+    const Vec4 forward_end = add3(head_solver, forward_solver);
+    record_debug_segment(*target.context, solver_to_world(context, head_solver), solver_to_world(context, forward_end), kTargetColour,
+                         false);
     record_debug_point(*target.context, read_goal(*target.context, target.effector).translation, kTargetColour);
 }
 
@@ -67,7 +72,9 @@ void LookAtConstraint::turnHead(CharacterContext& context, const FrameTarget& lo
     const bool horizontal = pass == Pass::Horizontal;
     EffectorGoal head = read_goal(context, LBXEffectorHead);
 
-    Vec4 wanted_world = sub3(look_target.point_world(), solver_to_world(context, head.translation));
+    const Vec4 head_world = solver_to_world(context, head.translation);
+    const Vec4 target_world = look_target.point_world();
+    Vec4 wanted_world = sub3(target_world, head_world);
     if (horizontal) wanted_world.z = 0.0f;
     wanted_world = direction_of(wanted_world);
     Vec4 look_world = rotate(limit_turn(shortest_arc(lookDirection, wanted_world), step_s * maxTurnSpeed), lookDirection);
@@ -98,7 +105,9 @@ void LookAtConstraint::turnHead(CharacterContext& context, const FrameTarget& lo
         write_goal(context, LBXEffectorChestEnd, chest);
         LBXSetEffectorReachR(context.effectorSet, LBXEffectorChestEnd, alpha);
     }
-    if (horizontal) record_look(context, look_target, head.translation, direction_to_solver(context, wanted_world), forward_solver);
+    if (!horizontal) return;
+    record_look(context, look_target, head.translation, direction_to_solver(context, wanted_world), forward_solver);
+    if (plugin_state().drawRigsEnabled) draw_target(context, head_world, target_world);
 }
 
 void LookAtConstraint::describe(DescriptionText& description) const

@@ -3,6 +3,8 @@
 #include <cstdio>
 
 #include "constraints/effector_goal.h"
+#include "debug/rig_drawing.h"
+#include "resources/plugin_state.h"
 
 bool SolveConstraint::read(ScriptCall& /*call*/) { return true; }
 
@@ -11,6 +13,7 @@ void SolveConstraint::evaluate(CharacterContext& context, float /*step_s*/)
     usedLowDefinition = context.lowDefinitionSolve != 0;
     const auto solve = usedLowDefinition ? LBXSolveForEffectorSetLowDefinition : LBXSolveForEffectorSet;
     solve(context.character, context.state, context.effectorSet, context.propertySet);
+    if (plugin_state().drawRigsEnabled) draw_rig(context, RigMoment::Intermediate);
     LBXPropertySetInit(context.propertySet);
     restart_goals(context);
 }

@@ -3,8 +3,17 @@
 #include "constraints/effector_goal.h"
 #include "contexts/solver_frame.h"
 #include "contexts/world_registry.h"
+#include "debug/debug_shapes.h"
 #include "resources/host_services.h"
 #include "resources/log.h"
+
+namespace
+{
+
+constexpr uint32_t kTargetColour = 0xb0ffb00eu;
+constexpr float kTargetMarker = 0.5f;
+
+}  // namespace
 
 Vec4 FrameTarget::point_world() const
 {
@@ -49,4 +58,10 @@ bool read_pushed_target(ScriptCall& call, int argument, const char* verb, Target
     }
     if (target.unitRef != 0) target.effector = read_target_effector(call, argument + 1);
     return true;
+}
+
+void draw_target(const CharacterContext& context, Vec4 from_world, Vec4 target_world)
+{
+    draw_marker(&context, target_world, kTargetMarker, kTargetColour);
+    draw_line(&context, from_world, target_world, kTargetColour);
 }

@@ -38,3 +38,6 @@ int32_t read_target_effector(ScriptCall& call, int argument);
 // The unit and effector at two consecutive arguments of a push. False for a unit that is no character; the log says so, and what to do instead to
 // `verb` ("look", "aim") at it.
 bool read_pushed_target(ScriptCall& call, int argument, const char* verb, TargetReference& target);
+
+// Draws the target and a line to it.
+void draw_target(const CharacterContext& context, Vec4 from_world, Vec4 target_world);

@@ -6,6 +6,7 @@
 #include "contexts/character_node_cache.h"
 #include "contexts/pose_conversion.h"
 #include "contexts/world_registry.h"
+#include "debug/rig_drawing.h"
 #include "resources/compiled_character.h"
 #include "resources/host_services.h"
 #include "resources/log.h"
@@ -206,10 +207,12 @@ void evaluate_context(CharacterContext& context, const NodeTreeView& tree, float
     if (!read_input_pose(context, tree, buffer)) return;
     reset_goals(context);
     if (!update_root_frame(context, tree)) return;
+    if (plugin_state().drawRigsEnabled) draw_root_frame(context);
     LBXPropertySetValue(context.propertySet, LBXPropertyShoulderCorrection, kDefaultShoulderCorrection);
     evaluateStack(context, step_s);
     if (!context.solveDisabled) solve(context);
     LBXGetCharacterStateTransformTQS(context.character, context.state, &buffer.description, buffer.nodes);
+    if (plugin_state().drawRigsEnabled) draw_rig(context, RigMoment::Final);
 
     const bool changes_pose = context.source || context.constraintStack.count > 0;
     if (changes_pose && !context.outputDisabled) write_output_pose(context, tree, buffer);

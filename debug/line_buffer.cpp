@@ -10,8 +10,8 @@
 namespace
 {
 
-// Lines pile up while nothing is rendered; past this many they are dropped.
-constexpr uint64_t kLargestCapacity = 1u << 24;
+// Lines pile up while nothing is rendered; past this many (28 MiB) they are dropped.
+constexpr uint64_t kLargestCapacity = 1u << 20;
 
 template <class Value>
 bool reserve_one(DebugArray<Value>& array)

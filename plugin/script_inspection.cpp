@@ -1,8 +1,7 @@
 #include "plugin/script_inspection.h"
 
-#include "contexts/character_context.h"
 #include "contexts/script_call.h"
-#include "contexts/solver_frame.h"
+#include "contexts/world_pose.h"
 
 namespace script
 {
@@ -10,22 +9,12 @@ namespace script
 namespace
 {
 
-struct WorldPose
-{
-    Vec4 position;
-    Quat rotation;
-};
-
 // What selects the pose from before the constraints; every other number means the working pose.
 constexpr int32_t kPreSolvePose = 1;
 
-WorldPose node_pose_world(const CharacterContext& context, LBXNodeId node, int32_t selector)
+WorldPose selected_pose_world(const CharacterContext& context, LBXNodeId node, int32_t selector)
 {
-    const LBXCharacterState* state = selector == kPreSolvePose ? context.preSolveState : context.state;
-    Vec4 translation = kZero4;
-    Quat rotation = kIdentityRotation;
-    LBXGetNodeStateTQfv(context.character, state, node, &translation.x, &rotation.x);
-    return {solver_to_world(context, translation), rotation_to_world(context, rotation)};
+    return node_pose_world(context, selector == kPreSolvePose ? context.preSolveState : context.state, node);
 }
 
 // Runs an answer for the context and node of arguments 1 and 2, when both are there.
@@ -46,18 +35,16 @@ int character_get_effector_transform(ScriptCall& call)
     if (!context) return 0;
     const LBXEffectorId effector = call.effector(2);
     if (!call.sound) return call.wrongInputs();
-    Vec4 translation = kZero4;
-    Quat rotation = kIdentityRotation;
-    LBXGetEffectorStateTQfv(context->effectorSet, effector, &translation.x, &rotation.x);
+    const WorldPose pose = effector_pose_world(*context, effector);
     // The order of the pushes is the order of the results.
-    const int positions = call.push(solver_to_world(*context, translation));
-    return positions + call.push(rotation_to_world(*context, rotation));
+    const int positions = call.push(pose.position);
+    return positions + call.push(pose.rotation);
 }
 
 int character_get_node_position(ScriptCall& call)
 {
     return answer_about_node(call, [&call](const CharacterContext& context, LBXNodeId node)
-                             { return call.push(node_pose_world(context, node, call.integer(3)).position); });
+                             { return call.push(selected_pose_world(context, node, call.integer(3)).position); });
 }
 
 int character_get_node_transform(ScriptCall& call)
@@ -65,7 +52,7 @@ int character_get_node_transform(ScriptCall& call)
     return answer_about_node(call,
                              [&call](const CharacterContext& context, LBXNodeId node)
                              {
-                                 const WorldPose pose = node_pose_world(context, node, call.integer(3));
+                                 const WorldPose pose = selected_pose_world(context, node, call.integer(3));
                                  const int positions = call.push(pose.position);
                                  return positions + call.push(pose.rotation);
                              });

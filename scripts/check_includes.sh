@@ -11,8 +11,8 @@ limbrex/model/     limbrex/math/ limbrex/limbrex.h limbrex/limbrex_debug.h
 limbrex/solvers/   limbrex/model/ limbrex/math/ limbrex/limbrex.h limbrex/limbrex_debug.h
 limbrex/
 resources/         limbrex/math/ limbrex/limbrex.h plugin/limbrex_plugin.h
-contexts/          constraints/ resources/ limbrex/math/ limbrex/limbrex.h plugin/limbrex_plugin.h
-constraints/       debug/debug_shapes.h contexts/ resources/ limbrex/math/ limbrex/limbrex.h plugin/limbrex_plugin.h
+contexts/          debug/rig_drawing.h constraints/ resources/ limbrex/math/ limbrex/limbrex.h plugin/limbrex_plugin.h
+constraints/       debug/debug_shapes.h debug/rig_drawing.h contexts/ resources/ limbrex/math/ limbrex/limbrex.h plugin/limbrex_plugin.h
 debug/             contexts/ constraints/ resources/ limbrex/math/ limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
 plugin/            debug/ contexts/ constraints/ resources/ limbrex/math/ limbrex/limbrex.h
 host/              limbrex/limbrex.h limbrex/limbrex_debug.h plugin/limbrex_plugin.h
