@@ -76,13 +76,14 @@ Tilt tilt_of(Quat sole)
 // away from the floor, and which way round it should turn would be noise.
 float allowed_turn(float tilt) { return min_of(tilt, max_of(1.5f * kLargestTurn - 0.5f * tilt, 0.0f)); }
 
-// What the points on the sole, and on toes that do not bend by themselves, ask of the joint that carries the sole.
+// What the points on the sole ask of the joint that carries it. Tips that have a hinge of their own give way there: a heel that lifts over toes which
+// stay on the floor would be pressed down again by them otherwise.
 float asked_end_turn(const ContactShape& shape, const ContactOptions& options, const Linked& linked, const Tilt& tilt)
 {
     const Tqs& mover = linked.mover();
     const Vec4 asked = asked_turns(placed_points(mover, shape.sole), mover.t, tilt.axis, options.yielding);
-    if (!shape.tipsCount || options.automaticBend) return largest(asked);
-    const PointLanes tips = placed_points(tips_carrier(shape, linked.piece), shape.tips);
+    if (!shape.tipsCount || shape.hasBase) return largest(asked);
+    const PointLanes tips = placed_points(mover, shape.tips);
     return largest(max4(asked, asked_turns(tips, mover.t, tilt.axis, options.yielding)));
 }
 

@@ -10,7 +10,7 @@ struct ContactOptions
 {
     float stiffness;     // 1 stiff, 0 free
     float yielding;      // lever, in rig units, below which a point is lifted rather than turned away
-    bool automaticBend;  // toes or fingers take all of their own contact, and come to lie on the floor
+    bool automaticBend;  // toes or fingers also come down to lie on the floor
     int pivot;           // the point that keeps its place along the floor: 1 the end joint, 2 the base; others none
 };
 ContactOptions contact_options(const LBXPropertySet& properties, const ContactShape& shape, int extremity);
