@@ -56,11 +56,26 @@ void reach_with_end(const LimbChain& chain, Vec4 target)
     aim_joint(chain, chain.upper, at(chain, chain.end), target);
 }
 
+// Where the end has to stand so that the extremity, at `tail` from it, stands on its target: `wanted`, and beyond the two bones' length where the straight
+// limb and the tail make a triangle over the line to the target.
+Vec4 end_within_length(const LimbChain& chain, Vec4 wanted, Vec4 target, Vec4 tail)
+{
+    const Vec4 root = at(chain, chain.upper);
+    const float length = distance3(at(chain, chain.middle), root) + distance3(at(chain, chain.end), at(chain, chain.middle));
+    const float distance = distance3(target, root);
+    if (distance3(wanted, root) <= length || distance <= 0.0f || length <= 0.0f) return wanted;
+    const Vec4 along = (target - root) * (1.0f / distance);
+    const Vec4 beside = normalize3(reject3(wanted - root, along));
+    const float cosine = clampf((length * length + distance * distance - length_squared3(tail)) / (2.0f * length * distance), -1.0f, 1.0f);
+    return root + (along * cosine + beside * sqrt_scalar(1.0f - cosine * cosine)) * length;
+}
+
 // The two bones bring the extremity onto a point while the end keeps the rotation that it has.
 void reach_with_end_held(const LimbChain& chain, Vec4 target)
 {
     const Quat orientation = chain.solve.nodes[chain.end].global.q;
-    reach_with_end(chain, target - (at(chain, chain.extremity) - at(chain, chain.end)));
+    const Vec4 tail = at(chain, chain.extremity) - at(chain, chain.end);
+    reach_with_end(chain, end_within_length(chain, target - tail, target, tail));
     chain.solve.nodes[chain.end].global.q = orientation;
     update_local_rotation(chain.solve, chain.end);
     follow(chain, chain.end);

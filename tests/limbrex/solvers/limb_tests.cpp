@@ -191,6 +191,27 @@ TEST(Limb, GoalsOutOfReachStraightenTheLimbTowardThem)
         }
 }
 
+TEST(Limb, AStraightLegWhoseToesAloneHaveAGoalBeginsToBendWithoutAJump)
+{
+    RigOptions options;
+    options.straightLimbs = true;
+    for (const double way : {1.0, -1.0})  // nearer, and out of reach
+        for (double travel = 1e-6; travel < 0.05; travel *= 2.0)
+        {
+            Scene scene(options);
+            scene.mask(LBXSolvingStepLeftLeg);
+            const Vec3 target = scene.at(LBXNodeLeftToeBase) + Vec3{0, way * travel, 0};
+            scene.goal(LBXEffectorLeftFoot, target);
+            scene.weigh(LBXEffectorLeftFoot, kReach);
+            scene.solve();
+            // The law of cosines: the bend grows as the root of the travel. Away from the hip the foot points its toes.
+            EXPECT_LT(scene.bend(0), way > 0.0 ? 4.0 * std::sqrt(travel) : 3e-3) << travel;
+            EXPECT_GT(scene.bend(0), -1e-3);
+            EXPECT_LT(std::fabs(scene.at(LBXNodeLeftFoot)[1] - scene.stance(LBXNodeLeftFoot)[1]), 2.0 * travel + 1e-5);
+            EXPECT_LT(distance(scene.at(LBXNodeLeftToeBase), target), 1e-4);
+        }
+}
+
 TEST(Limb, MaximumExtensionAngleKeepsAKneeFromStraightening)
 {
     for (int limb = 0; limb < 4; ++limb)
