@@ -281,6 +281,39 @@ TEST_F(LookAtUnit, ACharacterMayLookAtItself)
     }
 }
 
+TEST_F(LookAtUnit, TheLineOfSightIsRecordedWithTheOneWhoIsLookedAt)
+{
+    EngineUnit& other = addCharacter();  // evaluated after the one it looks at, whose list is then complete
+    unit->place(kAwkwardPlace, awkward_turn());
+    other.place({2, -24, 0}, {0, 0, 0, 1});
+    engine.takeLog();
+    engine.call("character_push_look_at",
+                {&other, unit, LBXEffectorLeftWrist, Vec3{}, false, true, 0.0, 1e6, false, 90.0, 45.0, 1.0, 0.0, 1});
+    engine.update(world);
+    const Vec3 wrist = world_position(*unit, rig.nodeIndex("LeftHand"));
+    ASSERT_EQ(engine.ask<int>("character_num_markers", {unit}), 1);
+    EXPECT_THAT(engine.ask<Vec3>("character_get_marker_position", {unit, 1}), Near3(wrist, 1e-4));
+    ASSERT_EQ(engine.ask<int>("character_num_lines", {unit}), 1);
+    const std::vector<Value> sight = engine.call("character_get_line_position", {unit, 1});
+    ASSERT_EQ(sight.size(), 2u);
+    EXPECT_THAT(std::get<Vec3>(sight[0]), Near3(Vec3{2, -24, kHeadHeight}, 1e-4)) << "the other's head, in the world";
+    EXPECT_THAT(std::get<Vec3>(sight[1]), Near3(Vec3{2, -25, kHeadHeight}, 1e-4)) << "where its face pointed in the animation";
+
+    ASSERT_EQ(engine.ask<int>("character_num_markers", {&other}), 1);
+    EXPECT_THAT(engine.ask<Vec3>("character_get_marker_position", {&other, 1}), Near3(Vec3{2, -24, kHeadHeight}, 1e-4));
+    ASSERT_EQ(engine.ask<int>("character_num_lines", {&other}), 1);
+    const std::vector<Value> wanted = engine.call("character_get_line_position", {&other, 1});
+    ASSERT_EQ(wanted.size(), 2u);
+    const double x = static_cast<double>(wrist[0]) - 2, y = static_cast<double>(wrist[1]) + 24, length = std::hypot(x, y);
+    EXPECT_THAT(std::get<Vec3>(wanted[0]), Near3(Vec3{2, -24, kHeadHeight}, 1e-4));
+    EXPECT_THAT(std::get<Vec3>(wanted[1]),
+                Near3(Vec3{static_cast<float>(2 + x / length), static_cast<float>(-24 + y / length), kHeadHeight}, 1e-4));
+    engine.call("character_pop", {&other});
+    engine.update(world);
+    EXPECT_EQ(engine.ask<int>("character_num_lines", {unit}), 0);
+    EXPECT_EQ(engine.ask<int>("character_num_markers", {&other}), 0);
+}
+
 TEST_F(LookAtUnit, RefusesUnitsThatAreNoCharacters)
 {
     EngineUnit& stranger = spawn_biped(engine, world, rig);
