@@ -124,13 +124,33 @@ float asked_droop(const ContactShape& shape, const ContactPiece& piece, const Po
     return resting * smallest(asked_turns(mirrored, piece.base.t, axis, yielding));
 }
 
+// How far the hinge of the tips has to bend to set each tip that is below the floor onto it. A tip travels on a circle about the hinge, at the height
+// `centre` + radius * sin(angle), with angle 0 straight ahead. One that has come past straight down is asked for less and less the further back it is: it
+// would have to go deeper first, and where it leaves the floor behind, it asks for none.
+Vec4 asked_bends(const PointLanes& tips, Vec4 hinge, Vec4 axis)
+{
+    const Vec4 x = tips.x - lanes<0, 0, 0, 0>(hinge);
+    const Vec4 y = tips.y - lanes<1, 1, 1, 1>(hinge);
+    const Vec4 z = tips.z - lanes<2, 2, 2, 2>(hinge);
+    const Vec4 ax = lanes<0, 0, 0, 0>(axis);
+    const Vec4 ay = lanes<1, 1, 1, 1>(axis);
+    const Vec4 az = lanes<2, 2, 2, 2>(axis);
+    const Vec4 rise = y - ay * (ax * x + ay * y + az * z);
+    const Vec4 lever = az * x - ax * z;
+    const Vec4 centre = tips.y - rise;
+    const Vec4 radius = max4(sqrt4(rise * rise + lever * lever), splat(1e-9f));
+    const Vec4 wanted = asin4(min4(max4(-centre / radius, splat(-1.0f)), splat(1.0f)));
+    const Vec4 current = atan2_4(rise, lever);
+    const Vec4 past = (current + splat(kPi) + min4(wanted, zero4())) * (splat(1.0f) + max4(wanted, zero4()) * splat(1.0f / kHalfPi));
+    return max4(min4(wanted - current, past), zero4());
+}
+
 // What the tips ask of their own hinge, up from the floor and, when they bend by themselves, down onto it.
 float asked_bend(const ContactShape& shape, const ContactOptions& options, const ContactPiece& piece, Vec4 axis)
 {
     const PointLanes tips = placed_points(piece.base, shape.tips);
-    const float yielding = kFrontYielding * shape.frontLength;
-    const float up = largest(asked_turns(tips, piece.base.t, axis, yielding));
-    return options.automaticBend ? up - asked_droop(shape, piece, tips, axis, yielding) : up;
+    const float up = largest(asked_bends(tips, piece.base.t, axis));
+    return options.automaticBend ? up - asked_droop(shape, piece, tips, axis, kFrontYielding * shape.frontLength) : up;
 }
 
 struct BendRange
