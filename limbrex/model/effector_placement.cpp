@@ -19,14 +19,13 @@ Vec4 middle_of(const LBXCharacter& character, const StateNode* nodes, int left_n
     return (nodes[left].global.t + nodes[right].global.t) * 0.5f;
 }
 
-// A finger's effector stands on its last joint and turns with the last joint that a hand can aim: the third, or the first of a short finger.
+// A finger's effector stands on its last joint.
 Tqs finger_effector(const LBXCharacter& character, const StateNode* nodes, int extremity, int finger)
 {
     const int last = character.fingerJointCount[extremity][finger];
     if (last == 0) return tqs_identity();
-    const int turning = last >= 3 ? 3 : 1;
     return {nodes[slot_of(character, finger_node(extremity, finger, last))].global.t,
-            nodes[slot_of(character, finger_node(extremity, finger, turning))].global.q, splat(1.0f)};
+            nodes[slot_of(character, finger_node(extremity, finger, turning_finger_joint(last)))].global.q, splat(1.0f)};
 }
 
 }  // namespace

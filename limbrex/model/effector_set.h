@@ -44,6 +44,8 @@ inline float weight_of(const LBXEffectorSet& set, int effector)
 
 // Where the effector stands on the pose: the placement rule, on stored values. Scale one.
 Tqs place_effector(const LBXCharacter& character, const StateNode* nodes, const LBXPropertySet& properties, int effector);
+// The joint that a finger's effector turns with, of a finger of so many: the last that a hand can aim, the third, or the first of a short finger.
+inline int turning_finger_joint(int joint_count) { return joint_count >= 3 ? 3 : 1; }
 // The two body points on their own, for steps that need nothing else.
 Vec4 hips_effector_point(const LBXCharacter& character, const StateNode* nodes, Vec4 hips_offset);
 Vec4 chest_end_point(const LBXCharacter& character, const StateNode* nodes, Vec4 chest_offset);

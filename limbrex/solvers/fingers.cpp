@@ -8,6 +8,7 @@ namespace lbx
 namespace
 {
 
+constexpr float kNoTurn = 1e-4f;      // sine of half an angle: below it the axis is noise
 constexpr float kMet = 1e-5f;         // of the finger's length: a tip this near its target stands on it
 constexpr float kOpenBase = -45.0f;   // degrees: the base of a finger that folds further opens to let the tip travel
 constexpr float kOpening = 3.0f;      // of the way that is left, in finger lengths
@@ -162,6 +163,21 @@ void curl_to_distance(const FingerChain& chain, float wanted)
 
 bool met(const FingerChain& chain, Vec4 target) { return distance3(chain.at(chain.count - 1), target) <= kMet * chain.length; }
 
+// A finger whose effector is asked for a rotation curls: every joint up to the one that the effector turns with takes an equal share of the turn.
+void curl_finger(const Solve& solve, int extremity, int finger, Quat rotation, float reach)
+{
+    const FingerChain chain = finger_chain(solve, extremity, finger);
+    const int sharing = turning_finger_joint(chain.count);
+    const Quat current = solve.nodes[chain.slots[sharing - 1]].global.q;
+    const Quat whole = turn_between(current, quat_blend(current, rotation, reach));
+    if (length3(whole) <= kNoTurn) return;
+    const Quat facing = whole * sign_one(lanes<3, 3, 3, 3>(whole));
+    const float half_angle = atan2_approx(length3(facing), w_of(facing));
+    const Quat share = quat_from_axis_half_angle(normalize3(facing), half_angle / static_cast<float>(sharing));
+    for (int joint = 0; joint < sharing; ++joint) turn(chain, joint, share);
+    update_descendants(solve, chain.slots[0]);
+}
+
 }  // namespace
 
 bool has_fingers(const LBXCharacter& character, int extremity)
@@ -205,9 +221,11 @@ void solve_fingers(const Solve& solve, int extremity)
     {
         const int effector = row.firstTip + finger;
         const int tip = tip_slot(solve.character, extremity, finger);
+        if (tip < 0) continue;
+        const float reach_r = weight_of<kReachR>(solve.effectors, effector);
+        if (reach_r > 0.0f) curl_finger(solve, extremity, finger, solve.effectors.targets[effector].q, reach_r);
         const float reach = weight_of<kReachT>(solve.effectors, effector);
-        if (tip < 0 || reach <= 0.0f) continue;
-        solve_finger(solve, extremity, finger, lerp4(position(solve, tip), goal_point(solve.effectors, effector), reach));
+        if (reach > 0.0f) solve_finger(solve, extremity, finger, lerp4(position(solve, tip), goal_point(solve.effectors, effector), reach));
     }
 }
 

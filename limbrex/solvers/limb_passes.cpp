@@ -56,10 +56,11 @@ void reach_with_end(const LimbChain& chain, Vec4 target)
     aim_joint(chain, chain.upper, at(chain, chain.end), target);
 }
 
-// Where the end has to stand so that the extremity, at `tail` from it, stands on its target: `wanted`, and beyond the two bones' length where the straight
-// limb and the tail make a triangle over the line to the target.
-Vec4 end_within_length(const LimbChain& chain, Vec4 wanted, Vec4 target, Vec4 tail)
+// Where the end has to stand so that the extremity, which stands `tail` from it, comes onto its target: that much before it, and beyond the two bones'
+// length where the straight limb and the tail make a triangle over the line to the target.
+Vec4 end_within_length(const LimbChain& chain, Vec4 target, Vec4 tail)
 {
+    const Vec4 wanted = target - tail;
     const Vec4 root = at(chain, chain.upper);
     const float length = distance3(at(chain, chain.middle), root) + distance3(at(chain, chain.end), at(chain, chain.middle));
     const float distance = distance3(target, root);
@@ -70,16 +71,17 @@ Vec4 end_within_length(const LimbChain& chain, Vec4 wanted, Vec4 target, Vec4 ta
     return root + (along * cosine + beside * sqrt_scalar(1.0f - cosine * cosine)) * length;
 }
 
-// The two bones bring the extremity onto a point while the end keeps the rotation that it has.
+// The two bones bring the end onto a point, and it keeps the rotation that it has.
 void reach_with_end_held(const LimbChain& chain, Vec4 target)
 {
     const Quat orientation = chain.solve.nodes[chain.end].global.q;
-    const Vec4 tail = at(chain, chain.extremity) - at(chain, chain.end);
-    reach_with_end(chain, end_within_length(chain, target - tail, target, tail));
+    reach_with_end(chain, target);
     chain.solve.nodes[chain.end].global.q = orientation;
     update_local_rotation(chain.solve, chain.end);
     follow(chain, chain.end);
 }
+
+Vec4 tail_of(const LimbChain& chain) { return at(chain, chain.extremity) - at(chain, chain.end); }
 
 void aim_end_at_extremity_goal(const LimbChain& chain)
 {
@@ -158,7 +160,7 @@ void extremity_pass(const LimbChain& chain)
     {
         aim_joint(chain, chain.upper, at(chain, chain.extremity), target);
         if (chain.leg)
-            reach_with_end_held(chain, target);
+            reach_with_end_held(chain, end_within_length(chain, target, tail_of(chain)));
         else
         {
             bend_to_distance(chain, distance3(end_for_extremity(chain, target), root));
@@ -170,7 +172,7 @@ void extremity_pass(const LimbChain& chain)
     {
         // Turning the end to its goal has moved the extremity off its own: the two bones bring it back with the end's orientation held.
         orient_joint(chain, chain.end, chain.endGoal, false);
-        reach_with_end_held(chain, target);
+        reach_with_end_held(chain, target - tail_of(chain));
     }
     aim_joint(chain, chain.end, at(chain, chain.extremity), target);
 }

@@ -120,6 +120,49 @@ TEST_F(Fingers, CurlByTheirFactorsAboutTheHandsAxis)
     EXPECT_NEAR(curlOf_deg(LBXEffectorLeftHandPinky), 0.5 * kFullCurl_deg, kTolerance_deg) << "single factors are ignored";
 }
 
+// Solved, both hands close toward their palms: the right one as the left one's mirror image.
+class SolvedFingers : public KindTest
+{
+protected:
+    SolvedFingers() : KindTest(biped_with_hands()) { LBXGetCharacterizeState(context.character, context.state); }
+    void curl(bool left, float factor)
+    {
+        FingersControlConstraint fingers;
+        fingers.left = left;
+        fingers.allFingers = true;
+        fingers.globalFactor = factor;
+        fingers.evaluate(context, kStep_s);
+        solve();
+    }
+};
+
+TEST_F(SolvedFingers, CloseTowardThePalmByEqualSharesOnBothHands)
+{
+    for (const float factor : {1.0f, 0.8f, 0.5f, 0.0f})
+    {
+        LBXGetCharacterizeState(context.character, context.state);
+        const double palm = node(LBXNodeLeftHand).translation.y;
+        const Vec4 open = node(LBX_NODE_FINGER(0, 2, 3)).translation;
+        curl(true, factor);
+        curl(false, factor);
+        const double whole_deg = (1.0 - factor) * kFullCurl_deg;
+        for (int joint = 1; joint <= 3; ++joint)
+        {
+            const EffectorGoal left = node(LBX_NODE_FINGER(0, 2, joint));
+            const EffectorGoal right = node(LBX_NODE_FINGER(1, 2, joint));
+            EXPECT_NEAR(turn_between_deg(node(LBXNodeLeftHand).rotation, left.rotation), whole_deg * joint / 3.0, 0.05);
+            EXPECT_NEAR(turn_between_deg(node(LBXNodeRightHand).rotation, right.rotation), whole_deg * joint / 3.0, 0.05);
+            const Vec4 mirrored = {-left.translation.x, left.translation.y, left.translation.z, 0};
+            EXPECT_THAT(right.translation, NearPoint(mirrored, 1e-4)) << joint;
+        }
+        const Vec4 tip = node(LBX_NODE_FINGER(0, 2, 3)).translation;
+        if (factor < 1.0f)
+            EXPECT_LT(tip.y, palm - 0.005);
+        else
+            EXPECT_THAT(tip, NearPoint(open, 1e-5));
+    }
+}
+
 TEST_F(Fingers, TakeTheGoalsAgainAndKeepTheWeights)
 {
     EffectorGoal reach = goal(LBXEffectorRightWrist);
