@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 #include <tiny_gltf.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -221,6 +224,64 @@ TEST_F(Reports, SceneGlbIsWellFormedForItsOwnLibrary)
     {
         EXPECT_EQ(model.accessors[static_cast<size_t>(sampler.input)].count, model.accessors[static_cast<size_t>(sampler.output)].count);
     }
+}
+
+TEST_F(Reports, DebugLinesOfAFrameAreShownInThatFrame)
+{
+    Recording run = walking_run(4, 0.2);
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    run.lines = {
+        {}, {{0x80ff4020u, {1, 2, 3}, {4, 5, 6}}, {0xffffffffu, {nan, 0, 0}, {0, 0, 0}}}, {}, {{0xff0000ffu, {0, 0, 0}, {0, 0, 1}}}};
+    ASSERT_TRUE(write_scene_glb(path("scene.glb"), run, error_)) << error_;
+    tinygltf::Model model;
+    tinygltf::TinyGLTF reader;
+    std::string warning;
+    ASSERT_TRUE(reader.LoadBinaryFromFile(&model, &error_, &warning, path("scene.glb"))) << error_;
+    const auto bytes_of = [&model](int accessor)
+    {
+        const tinygltf::BufferView& view =
+            model.bufferViews[static_cast<size_t>(model.accessors[static_cast<size_t>(accessor)].bufferView)];
+        return model.buffers[0].data.data() + view.byteOffset;
+    };
+    const auto floats_of = [&](int accessor, size_t count)
+    {
+        std::vector<float> values(count);
+        std::memcpy(values.data(), bytes_of(accessor), count * sizeof(float));
+        return values;
+    };
+    const auto& nodes = model.nodes;
+    const auto shown = std::find_if(nodes.begin(), nodes.end(), [](const tinygltf::Node& node) { return node.name == "lines of frame 1"; });
+    ASSERT_NE(shown, nodes.end());
+    const tinygltf::Primitive& lines = model.meshes[static_cast<size_t>(shown->mesh)].primitives.at(0);
+    EXPECT_EQ(lines.mode, TINYGLTF_MODE_LINE);
+    EXPECT_EQ(model.accessors[static_cast<size_t>(lines.attributes.at("POSITION"))].count, 2u) << "without the line that is nowhere";
+    EXPECT_THAT(floats_of(lines.attributes.at("POSITION"), 6), ElementsAre(1, 2, 3, 4, 5, 6));
+    const unsigned char* color = bytes_of(lines.attributes.at("COLOR_0"));
+    EXPECT_THAT(std::vector<int>(color, color + 8), ElementsAre(0xff, 0x40, 0x20, 0x80, 0xff, 0x40, 0x20, 0x80));
+
+    const tinygltf::Animation& animation = model.animations.at(0);
+    const auto channel =
+        std::find_if(animation.channels.begin(), animation.channels.end(),
+                     [&](const tinygltf::AnimationChannel& each) { return each.target_node == static_cast<int>(shown - nodes.begin()); });
+    ASSERT_NE(channel, animation.channels.end());
+    const tinygltf::AnimationSampler& sampler = animation.samplers[static_cast<size_t>(channel->sampler)];
+    EXPECT_EQ(sampler.interpolation, "STEP");
+    const auto frame_s = static_cast<float>(1.0 / kFixtureRate);
+    EXPECT_THAT(floats_of(sampler.input, 3), ElementsAre(0.0f, frame_s, static_cast<float>(2.0 / kFixtureRate)));
+    EXPECT_THAT(floats_of(sampler.output, 9), ElementsAre(1e-4f, 1e-4f, 1e-4f, 1, 1, 1, 1e-4f, 1e-4f, 1e-4f));
+
+    const auto picture = [this](const Recording& recording, const std::string& name)
+    {
+        EXPECT_TRUE(write_filmstrip(path(name), {"Lines", 4, 0}, {{"", &recording, 0}}, error_)) << error_;
+        std::ifstream stream(path(name), std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(stream), {});
+    };
+    const std::string with_lines = picture(run, "with.png");
+    run.lines = {{}, {{0xffffffffu, {nan, 0, 0}, {0, 0, 0}}, {0xffffffffu, {3e38f, 0, 0}, {0, 0, -3e38f}}}};
+    const std::string without = picture(run, "without.png");
+    EXPECT_NE(with_lines, without);
+    run.lines.clear();
+    EXPECT_EQ(picture(run, "none.png"), without);
 }
 
 // Width and height of a PNG, from its header.

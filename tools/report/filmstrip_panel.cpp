@@ -21,6 +21,8 @@ constexpr double kHalo = 1.1;  // points of paper around a limb, so that the nea
 constexpr double kAnimatedThickness = 0.8;
 constexpr double kHeadShare = 0.040;      // radius over body height
 constexpr double kJointDotShare = 0.045;  // of the body height: bones at least this long show their joint
+constexpr double kDebugLineWidth = 0.5;
+constexpr double kLongestLine = 1e5;  // points; what goes on past that is no use on a page
 constexpr Color kShadow = rgb(0xDFDFD9);
 constexpr Color kGrid = rgb(0xE6E6E1);
 
@@ -159,6 +161,19 @@ double draw_goals(Canvas& canvas, const View& view, const RunView& run, size_t f
     return worst;
 }
 
+// What the plugin drew in that frame, whoever it was drawn for.
+void draw_debug_lines(Canvas& canvas, const View& view, const limbrex_host::Recording& recording, size_t frame, Vec3d centre)
+{
+    if (frame >= recording.lines.size()) { return; }
+    for (const limbrex_host::LineRecording& line : recording.lines[frame])
+    {
+        const Point from = view.at(limbrex_host::to_vec3d(line.start_world) - centre);
+        const Point to = view.at(limbrex_host::to_vec3d(line.end_world) - centre);
+        if (!(std::hypot(to.x - from.x, to.y - from.y) < kLongestLine) || !(std::hypot(from.x, from.y) < kLongestLine)) { continue; }
+        canvas.line(from, to, rgb(line.colour_argb & 0xffffffu, static_cast<double>(line.colour_argb >> 24) / 255.0), kDebugLineWidth);
+    }
+}
+
 }  // namespace
 
 void draw_target(Canvas& canvas, Point at, double radius)
@@ -201,6 +216,7 @@ void draw_panel(Canvas& canvas, Point corner, const PanelScale& scale, const Cam
         draw_solved(canvas, view, figure, solved);
         worst = draw_goals(canvas, view, run, frame, centre);
     }
+    draw_debug_lines(canvas, view, *run.recording, frame, centre);
     canvas.pop_clip();
     canvas.stroke_rectangle(corner, scale.width, scale.height, kHairline, 0.8, kPanelRadius);
     const double base = corner.y + scale.height + 14.0;

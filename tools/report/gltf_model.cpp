@@ -16,12 +16,17 @@ struct GltfModel::Model
 {
     tinygltf::Model gltf;
     limbrex_host::UniqueNames nodeNames;
+    int lineMaterial = -1;
 };
 
 namespace
 {
 
 constexpr double kRoughness = 0.85;
+constexpr double kTranslucent = 0.999;  // as good as opaque, and blended where the points' own colours are not
+
+// Red first in memory, as the file's colours are stored.
+uint32_t bytes_rgba(uint32_t argb) { return (argb & 0xff00ff00u) | (argb >> 16 & 0xffu) | (argb & 0xffu) << 16; }
 
 // Appends numbers to the one buffer and returns the index of their view. All components are four bytes, so views stay aligned.
 template <typename Number>
@@ -125,6 +130,27 @@ int GltfModel::add_mesh(const std::string& name, const TriangleMesh& mesh, int m
     return static_cast<int>(gltf.meshes.size()) - 1;
 }
 
+int GltfModel::add_mesh(const std::string& name, const LineMesh& mesh)
+{
+    tinygltf::Model& gltf = model_->gltf;
+    if (model_->lineMaterial < 0) { model_->lineMaterial = add_material("lines", {1.0, 1.0, 1.0, kTranslucent}); }
+    std::vector<uint32_t> colors;
+    for (const uint32_t argb : mesh.colors_argb) { colors.push_back(bytes_rgba(argb)); }
+    tinygltf::Primitive primitive;
+    primitive.mode = TINYGLTF_MODE_LINE;
+    primitive.material = model_->lineMaterial;
+    primitive.attributes["POSITION"] = add_floats(gltf, mesh.positions, TINYGLTF_TYPE_VEC3, 3, TINYGLTF_TARGET_ARRAY_BUFFER, true);
+    const int color = add_accessor(gltf, add_view(gltf, colors, TINYGLTF_TARGET_ARRAY_BUFFER), TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE,
+                                   TINYGLTF_TYPE_VEC4, colors.size());
+    gltf.accessors[static_cast<size_t>(color)].normalized = true;
+    primitive.attributes["COLOR_0"] = color;
+    tinygltf::Mesh stored;
+    stored.name = valid_utf8(name);
+    stored.primitives.push_back(primitive);
+    gltf.meshes.push_back(stored);
+    return static_cast<int>(gltf.meshes.size()) - 1;
+}
+
 int GltfModel::add_node(const GltfNode& node)
 {
     tinygltf::Model& gltf = model_->gltf;
@@ -151,13 +177,13 @@ int GltfModel::add_animation(const std::string& name)
     return static_cast<int>(model_->gltf.animations.size()) - 1;
 }
 
-void GltfModel::add_track(int animation, int node, GltfPath path, int times, const std::vector<float>& values)
+void GltfModel::add_track(int animation, int node, GltfPath path, int times, const std::vector<float>& values, GltfKeys keys)
 {
     const bool rotation = path == GltfPath::Rotation;
     tinygltf::AnimationSampler sampler;
     sampler.input = times;
     sampler.output = add_floats(model_->gltf, values, rotation ? TINYGLTF_TYPE_VEC4 : TINYGLTF_TYPE_VEC3, rotation ? 4 : 3, 0, false);
-    sampler.interpolation = "LINEAR";
+    sampler.interpolation = keys == GltfKeys::Step ? "STEP" : "LINEAR";
     tinygltf::Animation& stored = model_->gltf.animations[static_cast<size_t>(animation)];
     tinygltf::AnimationChannel channel;
     channel.sampler = static_cast<int>(stored.samplers.size());

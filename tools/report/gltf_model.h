@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,6 +31,19 @@ enum class GltfPath
     Scale,
 };
 
+enum class GltfKeys
+{
+    Linear,
+    Step,  // a value holds until the next key
+};
+
+// Separate lines, two points each.
+struct LineMesh
+{
+    std::vector<float> positions;       // x, y, z a point
+    std::vector<uint32_t> colors_argb;  // one a point
+};
+
 class GltfModel
 {
 public:
@@ -40,13 +54,14 @@ public:
 
     int add_material(const std::string& name, Color color);
     int add_mesh(const std::string& name, const TriangleMesh& mesh, int material);
+    int add_mesh(const std::string& name, const LineMesh& mesh);  // in the colours of its points
     int add_node(const GltfNode& node);
 
     // Key times in seconds, rising; shared by any number of tracks.
     int add_times(const std::vector<float>& times_s);
     int add_animation(const std::string& name);
-    // `values`: 3 or 4 floats a key, linear between keys.
-    void add_track(int animation, int node, GltfPath path, int times, const std::vector<float>& values);
+    // `values`: 3 or 4 floats a key.
+    void add_track(int animation, int node, GltfPath path, int times, const std::vector<float>& values, GltfKeys keys = GltfKeys::Linear);
 
     // Whole or not at all.
     bool save_glb(const std::string& path, std::string& error);

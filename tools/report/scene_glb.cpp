@@ -7,6 +7,7 @@
 #include "tools/report/body_figure.h"
 #include "tools/report/gltf_model.h"
 #include "tools/report/run_view.h"
+#include "tools/report/scene_lines.h"
 
 namespace limbrex_tools
 {
@@ -384,6 +385,7 @@ bool write_scene_glb(const std::string& path, const Recording& recording, std::s
     add_markers(stage, recording);
     add_colliders(stage, recording);
     add_ground(stage, recording, runs);
+    add_scene_lines(stage.model, stage.scene, stage.animation, recording);
     return stage.model.save_glb(path, error);
 }
 
