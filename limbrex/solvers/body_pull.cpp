@@ -309,6 +309,7 @@ void iterate(Pull& pull, int i)
 
     place_body(solve, placed, {w.chestR, t, pull.moveSpine});
     if (!pull.shouldersStretch) return;
+    update_around_hips(solve);
     update_shoulders(solve);
     if (pull.head.base >= 0) update_global(solve, pull.head.base);
     pull.carried = carried_points(pull);
@@ -354,6 +355,7 @@ void pull_body(const Solve& solve, bool spine)
     // The powered stiffness acts once an iteration; the exponent keeps its combined effect about the same for any count.
     const float exponent = max_of(1.0f, static_cast<float>(iterations) * 0.2f);
     const LBXPropertySet& properties = solve.properties;
+    const bool moves_spine = spine && spine_slot >= 0;
     const HeadReach head = head_reach(solve);
     const BodyWeights weights = body_weights(solve.effectors, limbs.shares.pull, spine_slot >= 0);
     const Vec4 head_stiffness = splat(pow_approx(weight_of<kResist>(solve.effectors, LBXEffectorHead), exponent));
@@ -364,7 +366,7 @@ void pull_body(const Solve& solve, bool spine)
         spine_slot,
         spine_slot >= 0 ? chest_slot(solve.character) : hips,
         iterations,
-        spine && spine_slot >= 0,
+        moves_spine,
         {},
         limbs,
         head,
@@ -377,7 +379,8 @@ void pull_body(const Solve& solve, bool spine)
         chest_offset(properties),
         held(LBXEffectorHips),
         held(LBXEffectorChestEnd),
-        value_of(properties, record::SnSReachChestEnd) > 0.0f && value_of(properties, record::SnSScaleSpineChildren) != 0.0f,
+        moves_spine && value_of(properties, record::SnSReachChestEnd) > 0.0f &&
+            value_of(properties, record::SnSScaleSpineChildren) != 0.0f,
         {}};
     pull.carried = carried_points(pull);
     const BodyPlacements start = current_placements(pull);

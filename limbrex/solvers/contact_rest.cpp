@@ -16,6 +16,8 @@ constexpr float kFollowUp = 2.0f;
 constexpr float kLargestTurn = 0.785f;  // radians
 constexpr float kLargestBend = 1.2f;    // radians that toes or fingers give way upwards
 constexpr float kLargestDroop = 0.5f;   // and downwards
+constexpr float kTiptoe = -1.0f;        // radians below straight ahead: from here on toes that point down further give way less,
+constexpr float kOnTheTips = -2.1f;     // and from here on not at all, so that a foot which leaves the floor rolls over them
 constexpr float kRestShare = 0.25f;     // of the front's length: height of the ball at which the toes leave the floor with it
 
 float smooth_step(float x)
@@ -125,8 +127,8 @@ float asked_droop(const ContactShape& shape, const ContactPiece& piece, const Po
 }
 
 // How far the hinge of the tips has to bend to set each tip that is below the floor onto it. A tip travels on a circle about the hinge, at the height
-// `centre` + radius * sin(angle), with angle 0 straight ahead. One that has come past straight down is asked for less and less the further back it is: it
-// would have to go deeper first, and where it leaves the floor behind, it asks for none.
+// `centre` + radius * sin(angle), with angle 0 straight ahead. One that points down steeply is asked for less and less: past straight down it would have
+// to go deeper first, and where it leaves the floor behind, it asks for none.
 Vec4 asked_bends(const PointLanes& tips, Vec4 hinge, Vec4 axis)
 {
     const Vec4 x = tips.x - lanes<0, 0, 0, 0>(hinge);
@@ -142,7 +144,8 @@ Vec4 asked_bends(const PointLanes& tips, Vec4 hinge, Vec4 axis)
     const Vec4 wanted = asin4(min4(max4(-centre / radius, splat(-1.0f)), splat(1.0f)));
     const Vec4 current = atan2_4(rise, lever);
     const Vec4 past = (current + splat(kPi) + min4(wanted, zero4())) * (splat(1.0f) + max4(wanted, zero4()) * splat(1.0f / kHalfPi));
-    return max4(min4(wanted - current, past), zero4());
+    const Vec4 give = min4(max4((current - splat(kOnTheTips)) * splat(1.0f / (kTiptoe - kOnTheTips)), zero4()), splat(1.0f));
+    return max4(min4(wanted - current, past), zero4()) * give;
 }
 
 // What the tips ask of their own hinge, up from the floor and, when they bend by themselves, down onto it.

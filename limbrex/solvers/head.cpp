@@ -186,7 +186,6 @@ void reach_within_limits(const Solve& solve, NeckPoints& points, Vec4 target)
         write_back(solve, points, true);
     }
     const bool smooth = value_of(properties, record::SnSSmoothReach) != 0.0f;
-    Settling settling = {kFurthestMiss};
     for (int i = 1; i <= kReachIterations; ++i)
     {
         read_positions(solve, points);
@@ -198,7 +197,8 @@ void reach_within_limits(const Solve& solve, NeckPoints& points, Vec4 target)
             const float eagerness = ratio < 1.0f ? 1.0f : 0.0025f * static_cast<float>(i * i);
             rebuild_from_bottom(solve, points, {(ratio - 1.0f) * eagerness + 1.0f, stretch, smooth});
         }
-        if (stretch <= 0.0f && settling.settled(distance3(target, points.p[head]), wanted)) break;
+        // A step that gains nothing is no end here: where limits have stopped one joint, the next step may move another.
+        if (stretch <= 0.0f && distance3(target, points.p[head]) <= kSettled * wanted) break;
         swing_toward(points, target);
         write_back(solve, points, stretch > 0.0f);
     }

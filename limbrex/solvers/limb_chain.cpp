@@ -49,7 +49,8 @@ LimbChain make_limb_chain(const Solve& solve, int limb, bool arm, const LimbGoal
                        arm && value_of(properties, record::ParamRealisticArmSolving) != 0.0f,
                        value_of(properties, record_of_property(row.maximumExtension)),
                        value_of(properties, record_of_property(row.maximumExtensionAngle)),
-                       row.realistic >= 0 ? value_of(properties, record_of_property(row.realistic)) : 0.0f};
+                       row.realistic >= 0 ? value_of(properties, record_of_property(row.realistic)) : 0.0f,
+                       0.0f};
     int reversed[kMaxPath];
     int count = 0;
     const int last = chain.extremity >= 0 ? chain.extremity : chain.end;

@@ -42,6 +42,7 @@ struct LimbChain
     float maximumExtension;       // 0 to 1
     float maximumExtensionAngle;  // degrees
     float realistic;              // legs: weight of the realistic knee
+    float intoPlane;              // how far the limb is brought into its own bending plane
 };
 
 // The limb must be complete.

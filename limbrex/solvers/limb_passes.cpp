@@ -119,9 +119,10 @@ void end_pass(const LimbChain& chain)
     const Vec4 target = asked_point(chain, at(chain, chain.end), softened(chain, chain.end, chain.endGoal.t, 0.0f), chain.endGoal.reachT);
     reach_with_end(chain, target);
     turn_plane_to_middle_goal(chain);
-    for (int again = 0; again < 2 && yields_to_forearm_twist(chain); ++again)
+    for (int again = 0; again < 2 && settles_forearm_twist(chain); ++again)
     {
-        spend_forearm_twist(chain);
+        align_bend_plane(chain, chain.intoPlane);
+        if (yields_to_forearm_twist(chain)) spend_forearm_twist(chain);
         reach_with_end(chain, target);
         turn_plane_to_middle_goal(chain);
     }
@@ -140,8 +141,7 @@ void middle_pass(const LimbChain& chain)
     aim_joint(chain, chain.upper, at(chain, chain.middle), middle_target);
     bend_to_distance(chain, distance3(end_target, root));
     // The middle joint stands on its target; what is left is a twist about the upper segment, which brings the end toward its own.
-    const Vec4 along = normalize3(at(chain, chain.middle) - root);
-    turn_joint(chain, chain.upper, shortest_arc(reject3(at(chain, chain.end) - root, along), reject3(end_target - root, along)));
+    turn_end_about_upper(chain, end_target);
     orient_joint(chain, chain.end, chain.endGoal, false);
     aim_end_at_extremity_goal(chain);
 }

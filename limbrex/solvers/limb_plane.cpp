@@ -49,8 +49,18 @@ void turn_plane_to_middle_goal(const LimbChain& chain)
     const Vec4 root = at(chain, chain.upper);
     const Vec4 a = at(chain, chain.end) - root;
     const Vec4 b = at(chain, chain.middle) - root;
-    const Vec4 c = lerp4(at(chain, chain.middle), chain.middleGoal.t, chain.middleGoal.reachT) - root;
+    const Vec4 c = asked_point(chain, at(chain, chain.middle), chain.middleGoal.t, chain.middleGoal.reachT) - root;
     turn_joint(chain, chain.upper, faded_turn(shortest_arc(cross3(b, a), cross3(c, a)), fade_of(kPlaneTurnFade, a, b)));
+}
+
+void turn_end_about_upper(const LimbChain& chain, Vec4 end_target)
+{
+    const Vec4 root = at(chain, chain.upper);
+    const Vec4 upper = at(chain, chain.middle) - root;
+    const Vec4 along = normalize3(upper);
+    const Vec4 to_end = at(chain, chain.end) - root;
+    const Quat turn = shortest_arc(reject3(to_end, along), reject3(end_target - root, along));
+    turn_joint(chain, chain.upper, faded_turn(turn, fade_of(kPlaneTurnFade, to_end, upper)));
 }
 
 void swing_middle(const LimbChain& chain, float angle)

@@ -119,8 +119,8 @@ LimbReach limb_reach(const Solve& solve, int first)
 
 PointLanes limb_roots(const Solve& solve, const LimbReach& reach)
 {
-    const int* upper = reach.upper;
-    return point_lanes(position(solve, upper[0]), position(solve, upper[1]), position(solve, upper[2]), position(solve, upper[3]));
+    const auto root = [&](int limb) { return reach.upper[limb] >= 0 ? position(solve, reach.upper[limb]) : zero4(); };
+    return point_lanes(root(0), root(1), root(2), root(3));
 }
 
 ExcessCurve pull_curve(const LimbReach& reach, Vec4 stiffness)

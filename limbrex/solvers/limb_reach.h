@@ -37,7 +37,7 @@ struct LimbReach
 };
 // Limbs from `first` on; those before it get no lengths.
 LimbReach limb_reach(const Solve& solve, int first = 0);
-// Where the limbs' upper joints stand. The spare entry's place where the limb is missing: its shares are 0.
+// Where the limbs' upper joints stand. Zero where the limb is missing: its shares are 0.
 PointLanes limb_roots(const Solve& solve, const LimbReach& reach);
 
 // How the limbs pull, with their stiffness as the caller powers it.

@@ -88,7 +88,7 @@ bool solve_limb(const Solve& solve, int limb, bool arm) { return solve_limb_towa
 bool solve_limb_toward(const Solve& solve, int limb, bool arm, const LimbGoals& goals)
 {
     if (!solve.character.limbs[limb].complete()) return false;
-    const LimbChain chain = make_limb_chain(solve, limb, arm, goals);
+    LimbChain chain = make_limb_chain(solve, limb, arm, goals);
     const float reach_x = chain.extremity >= 0 ? goals.extremity.reachT : 0.0f;
     const LimbShares shares = share_reach(splat(goals.middle.reachT), splat(goals.middle.pull), splat(goals.end.reachT),
                                           splat(goals.end.pull), splat(reach_x), splat(goals.extremity.pull));
@@ -98,13 +98,13 @@ bool solve_limb_toward(const Solve& solve, int limb, bool arm, const LimbGoals& 
 
     orient_joint(chain, chain.upper, chain.rootGoal, true);
     orient_joint(chain, chain.middle, chain.middleGoal, true);
-    const float into_plane = total * goals.plane;
-    const float swing = realistic_swing(chain) * into_plane;
+    chain.intoPlane = total * goals.plane;
+    const float swing = realistic_swing(chain) * chain.intoPlane;
     Quat kept_turn = quat_identity();
     if (total > kNoShare)
     {
-        if (!chain.realisticArm) unbend(chain, into_plane);
-        if (may_align(chain)) kept_turn = align_bend_plane(chain, into_plane);
+        if (!chain.realisticArm) unbend(chain, chain.intoPlane);
+        if (may_align(chain)) kept_turn = align_bend_plane(chain, chain.intoPlane);
         if (yields_to_forearm_twist(chain)) spend_forearm_twist(chain);
     }
     if (!run_passes(chain, passes)) orient_joint(chain, chain.end, chain.endGoal, false);

@@ -37,12 +37,14 @@ float realistic_swing(const LimbChain& chain)
     return twist * trust_in_twist(twist) * chain.realistic;
 }
 
-bool yields_to_forearm_twist(const LimbChain& chain)
+bool settles_forearm_twist(const LimbChain& chain)
 {
-    if (!chain.realisticArm || chain.endGoal.reachR <= 0.0f) return false;
+    if (!chain.realisticArm) return false;
     const LimitRecord* limit = middle_limit(chain);
     return limit != nullptr && (limit->joint.flags & kMinimumTwist) != 0 && (limit->joint.flags & kMaximumTwist) != 0;
 }
+
+bool yields_to_forearm_twist(const LimbChain& chain) { return chain.endGoal.reachR > 0.0f && settles_forearm_twist(chain); }
 
 void spend_forearm_twist(const LimbChain& chain)
 {

@@ -10,7 +10,9 @@ namespace lbx
 // weight and the end's rotation reach. 0 when kill pitch is in effect.
 float realistic_swing(const LimbChain& chain);
 
-// Whether the elbow makes room for the hand: realistic arm mode, a turning hand, and a forearm limited both ways in twist.
+// Whether the arm is brought into its plane again and again: realistic arm mode and a forearm limited both ways in twist.
+bool settles_forearm_twist(const LimbChain& chain);
+// Whether the elbow makes room for the hand: that, and a hand that turns.
 bool yields_to_forearm_twist(const LimbChain& chain);
 // Swings the elbow by the part of the hand's twist that the forearm's limit does not allow.
 void spend_forearm_twist(const LimbChain& chain);

@@ -3,6 +3,7 @@
 #include "limbrex/solvers/body_placement.h"
 #include "limbrex/solvers/head.h"
 #include "limbrex/solvers/light_limb.h"
+#include "limbrex/solvers/limb_solve.h"
 #include "limbrex/solvers/spine.h"
 #include "limbrex/solvers/stages.h"
 
@@ -99,7 +100,7 @@ bool place_chest_by_effector(const Solve& solve)
 
 void solve_low_definition(const Solve& solve)
 {
-    refresh_locals(solve.character, solve.nodes);
+    begin_pose(solve);
     const int hips = slot_of(solve, LBXNodeHips);
     bool body_moved = place_hips_by_effector(solve, load_body_effectors(solve.effectors).hips);
     if (body_moved)
@@ -118,8 +119,12 @@ void solve_low_definition(const Solve& solve)
     if (body_moved) update_arms(solve);
 
     bool moved = body_moved;
+    bool limb_moved[kLimbCount] = {};
     for (const int limb : {LBXLimbLeftArm, LBXLimbRightArm, LBXLimbLeftLeg, LBXLimbRightLeg})
-        if (solve.mask & kLimbs[static_cast<size_t>(limb)].solveBit) moved = solve_light_limb(solve, limb) || moved;
+    {
+        if (solve.mask & kLimbs[static_cast<size_t>(limb)].solveBit) limb_moved[limb] = solve_light_limb(solve, limb);
+        moved = moved || limb_moved[limb];
+    }
     if (solve.mask & LBXSolvingStepHead)
     {
         const int head = slot_of(solve, LBXNodeHead);
@@ -127,6 +132,9 @@ void solve_low_definition(const Solve& solve)
         moved = orient_head(solve) || moved;
     }
     if (moved && hips >= 0) update_descendants(solve, hips);
+    // Without a spine arms hang on nothing.
+    for (const int limb : {LBXLimbLeftArm, LBXLimbRightArm})
+        if (limb_moved[limb] && chest_slot(solve.character) < 0) finish_limb(solve, limb);
 }
 
 }  // namespace lbx

@@ -30,7 +30,7 @@ void hold_all_limits(const Solve& solve)
 void prepare_stage(const Solve& solve)
 {
     solve.effectors.retargetFlag = 0;
-    refresh_locals(solve.character, solve.nodes);
+    begin_pose(solve);
     if (solve.mask & LBXSolvingStepRollExtraction) take_roll_snapshot(solve, solve.effectors.rollSnapshot);
     if (solve.character.limitCount > 0) hold_all_limits(solve);
 }

@@ -17,6 +17,30 @@ Solve make_solve(const LBXCharacter& character, LBXCharacterState& state, LBXEff
             node_records(character)};
 }
 
+void begin_pose(const Solve& solve)
+{
+    constexpr float kFarFromUnit = 1e-3f;  // of the squared length: what rounding leaves is far nearer
+    const int count = static_cast<int>(solve.character.slotCount);
+    for (int place = 0; place < count; ++place)
+    {
+        const int slot = solve.order[place];
+        const int parent = solve.parents[slot];
+        StateNode& node = solve.nodes[slot];
+        const Vec4 off = abs4(dot4(node.global.q, node.global.q) - splat(1.0f));
+        if (!(x_of(off) <= kFarFromUnit)) node.global.q = normalize_quat(node.global.q);
+        if (parent < 0)
+        {
+            node.local.t = node.global.t;
+            node.local.q = node.global.q;
+            continue;
+        }
+        const Tqs& above = solve.nodes[parent].global;
+        const Quat inverse = conjugate(renormalized(above.q));
+        node.local.t = rotate(inverse, node.global.t - above.t);
+        node.local.q = quat_mul(inverse, node.global.q);
+    }
+}
+
 namespace
 {
 
@@ -52,13 +76,7 @@ bool hold_limit(const Solve& solve, int slot)
     const bool turned = hold_angles(limit.joint, node.local.q);
     const bool moved = hold_translation(limit, parent >= 0 ? solve.nodes[parent].global.s : splat(1.0f), node.local.t);
     if (!turned && !moved) return false;
-    if (parent >= 0)
-        update_global(solve, slot);
-    else
-    {
-        node.global.t = node.local.t;
-        node.global.q = node.local.q;
-    }
+    update_global(solve, slot);
     return true;
 }
 

@@ -25,6 +25,9 @@ Solve make_solve(const LBXCharacter& character, LBXCharacterState& state, LBXEff
 
 inline int slot_of(const Solve& solve, int node) { return solve.character.slotOfNode[node]; }
 
+// What every solve begins with: locals from the pose's globals. Rotations that are none, as a caller may store them, become unit ones; the rest keep their bits.
+void begin_pose(const Solve& solve);
+
 // ---- one node -----------------------------------------------------------------------------------------------------------------
 
 // The root and nodes without a parent: local T and Q are the global ones.
@@ -42,12 +45,17 @@ inline void update_local(const Solve& solve, int slot)
 }
 // The product of two unit quaternions brought back to length 1: the Newton step of normalization from an estimate of 1. Nothing stays nothing.
 inline Quat renormalized(Quat q) { return q * (splat(1.5f) - splat(0.5f) * dot4(q, q)); }
-// A node without a parent keeps the global it has.
+// Of a node without a parent the local T and Q are the global ones.
 inline void update_global(const Solve& solve, int slot)
 {
     const int parent = solve.parents[slot];
-    if (parent < 0) return;
     StateNode& node = solve.nodes[slot];
+    if (parent < 0)
+    {
+        node.global.t = node.local.t;
+        node.global.q = node.local.q;
+        return;
+    }
     const Tqs& above = solve.nodes[parent].global;
     node.global.t = above.t + rotate(above.q, node.local.t);
     node.global.q = renormalized(quat_mul(above.q, node.local.q));
