@@ -171,8 +171,8 @@ void extremity_contact_step(const ContactShape& shape, const ContactOptions& opt
 
 void extremity_contact(const ContactShape& shape, const ContactOptions& options, ContactPiece& piece)
 {
-    const float asked = kFollowUp * asked_bend(shape, options, piece, rotate(piece.base.q, shape.across));
-    BendRange range = {max_of(-kLargestDroop, min_of(asked, 0.0f)), min_of(kLargestBend, max_of(asked, 0.0f))};
+    const float asked = asked_bend(shape, options, piece, rotate(piece.base.q, shape.across));
+    BendRange range = {max_of(-kLargestDroop, kFollowUp * min_of(asked, 0.0f)), min_of(kLargestBend, max_of(asked, 0.0f))};
     for (int step = 0; step < kSteps; ++step) extremity_contact_step(shape, options, piece, range);
 }
 
