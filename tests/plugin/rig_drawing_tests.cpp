@@ -345,6 +345,30 @@ TEST_F(RigDrawing, OnlyFiniteLinesReachTheEngine)
     EXPECT_EQ(drawn_in(frame(), kRoot).size(), 15u) << "and the next sound frame is drawn";
 }
 
+TEST(RigDrawingWithoutLines, DrawsNothingWhileListsAndQueriesWork)
+{
+    Engine engine(Lacking::RaysAndLines);
+    EngineWorld& world = engine.addWorld();
+    const TestRig rig = biped();
+    engine.addResource("rig", rig.compile());
+    engine.call("enable", {true});
+    engine.call("enable_x_rays", {true});
+    engine.call("enable_collisions_debug", {true});
+    EngineUnit& other = spawn_biped(engine, world, rig);
+    engine.call("character_declare_context", {&other, "rig"});
+    engine.update(world);
+    EngineUnit& unit = spawn_biped(engine, world, rig);
+    engine.call("character_declare_context", {&unit, "rig"});
+    push_every_drawn_kind(engine, unit, other);
+    engine.update(world);
+    EXPECT_THAT(engine.render(world), IsEmpty());
+    EXPECT_EQ(engine.ask<int>("character_num_lines", {&unit}), 1) << "the look of the head";
+    EXPECT_EQ(engine.ask<int>("character_num_lines", {&other}), 1) << "the line of sight";
+    EXPECT_EQ(engine.call("character_get_line_position", {&other, 1}).size(), 2u);
+    engine.call("enable_x_rays", {false});
+    engine.call("enable_collisions_debug", {false});
+}
+
 TEST_F(RigDrawing, SettlesIntoItsMemory)
 {
     for (int i = 0; i < 3; ++i) frame();
