@@ -295,6 +295,23 @@ TEST(BodyPull, AFarReachDrawsChestAndHipsWhileHeldFeetKeepTheirGround)
         }
 }
 
+TEST(BodyPull, LegsPullFromWhereTheyAreAlsoUnderASpineThatStretchesItsShoulders)
+{
+    const auto fall = [](double children)
+    {
+        Scene scene;
+        scene.value(LBXPropertySnSReachChestEnd, 0.5);
+        scene.value(LBXPropertySnSScaleSpineChildren, children);
+        const Vec3 hips = scene.at(LBXNodeHips);
+        scene.want(LBXEffectorLeftAnkle, scene.at(LBXNodeLeftFoot) + Vec3{0, -0.3, 0}, {1, 0, 1, 0});
+        scene.solve();
+        return scene.at(LBXNodeHips) - hips;
+    };
+    EXPECT_LT(fall(0.0)[1], -0.2);
+    EXPECT_LT(distance(fall(0.0), fall(1e-6)), 1e-3);
+    EXPECT_LT(distance(fall(0.0), fall(0.5)), 0.05);
+}
+
 TEST(BodyPull, WithoutPullTheBodyStaysAndTheArmOnlyPoints)
 {
     Scene scene;

@@ -109,3 +109,37 @@ TEST(Head, ASlowGoalNeverMakesTheNeckJump)
         }
     }
 }
+
+TEST(Head, ALimitedNeckFollowsAGoalWithoutJumps)
+{
+    Random random(21);
+    for (int i = 0; i < 40; ++i)
+    {
+        RigOptions options = rig_with(3, 2 + random.index(4));
+        for (const int node : {LBXNodeNeck, LBXNodeNeck1}) options.limitedNodes.push_back(node);
+        options.beforeCharacterize = [&random](LBXCharacter* character)
+        {
+            for (const int node : {LBXNodeNeck, LBXNodeNeck1})
+            {
+                const float w = 0.3f + static_cast<float>(random.number(0, 0.6));
+                const float minimum[3] = {-w, -w, -w}, maximum[3] = {w, w, w};
+                LBXSetNodeLimitsfv(character, node, minimum, maximum, nullptr, nullptr, 0x3F);
+            }
+        };
+        Scene scene(options);
+        scene.random_pose(random, 0.3);
+        scene.mask(LBXSolvingStepHead);
+        const auto start = scene.bytes();
+        const Vec3 goal = scene.at(LBXNodeHead) + random.vector(0.08);
+        const Vec3 way = random.direction();
+        Pose before;
+        for (int step = 0; step < 100; ++step)
+        {
+            scene.restore(start);
+            scene.want(LBXEffectorHead, goal + way * (1e-5 * step), {1, 0, 0, 0});
+            scene.solve();
+            if (step > 0) { EXPECT_LT(largest_joint_turn(scene, before, scene.pose()), 1.0 * kDegree) << i << ' ' << step; }
+            before = scene.pose();
+        }
+    }
+}

@@ -151,6 +151,33 @@ TEST(Limb, ElbowsPointAtTheirEffectorWhileTheHandStaysOnItsGoal)
     }
 }
 
+TEST(Limb, AStraightArmDoesNotSpinAboutItselfWhenItsElbowReaches)
+{
+    Random random(31);
+    for (int i = 0; i < 20; ++i)
+    {
+        Scene scene;
+        scene.random_pose(random, 0.3);
+        scene.mask(LBXSolvingStepLeftArm);
+        const auto start = scene.bytes();
+        const Vec3 upper = scene.at(LBXNodeLeftArm);
+        const Vec3 away = scene.at(LBXNodeLeftForeArm) - upper;
+        const Vec3 step = random.direction() * 1e-6;
+        for (double reach = 0.9; reach < 1.8; reach += 0.1)  // beyond 1.6 the carried end straightens the arm
+        {
+            Pose before;
+            for (int k = 0; k < 5; ++k)
+            {
+                scene.restore(start);
+                scene.want(LBXEffectorLeftElbow, upper + away * reach + step * k, {1, 0, 0, 0});
+                scene.solve();
+                if (k > 0) { EXPECT_LT(largest_joint_turn(scene, before, scene.pose()), 1.0 * kDegree) << reach; }
+                before = scene.pose();
+            }
+        }
+    }
+}
+
 TEST(Limb, OnlyTheOrientationTurnsWhenNothingReachesForAPlace)
 {
     Random random(24);

@@ -185,6 +185,35 @@ TEST(Solve, KeepsBonesAndThePartsInStepThroughEverything)
     }
 }
 
+TEST(Solve, ArmsThatHangOnNothingStayInStepAsWell)
+{
+    Random random(75);
+    for (int i = 0; i < 60; ++i)
+    {
+        RigOptions options;
+        options.spineNodes = 0;
+        options.shoulders = i % 2 == 0;
+        Scene scene(options);
+        scene.random_pose(random);
+        want_everything(scene, random, 0.3);
+        for (const int stiffness : {LBXPropertyCollarStiffnessX, LBXPropertyCollarStiffnessY, LBXPropertyCollarStiffnessZ})
+            scene.value(stiffness, 0.6);
+        scene.value(LBXPropertyShoulderCorrection, 0.7);
+        const bool low = i % 3 == 0;
+        scene.mask(LBXSolvingStepAllButStretch & ~static_cast<uint32_t>(LBXSolvingStepHipsTranslation));
+        const Pose before = scene.pose();
+        if (low)
+            LBXSolveForEffectorSetLowDefinition(scene.character(), scene.state.get(), scene.set.get(), scene.properties.get());
+        else
+            scene.solve();
+        const Pose solved = scene.pose();
+        EXPECT_LT(worst_bone_drift(scene, before, solved), 1e-5) << i;
+        scene.mask(0);
+        scene.solve();
+        EXPECT_LT(largest_move(scene, solved, scene.pose()), 1e-6) << i;
+    }
+}
+
 TEST(Solve, FollowsASlowGoalWithoutAJump)
 {
     for (const float reach : {1.0f, 0.5f})

@@ -213,6 +213,35 @@ TEST(SolverFuzz, AnyNodesMayBeMissing)
     }
 }
 
+TEST(SolverFuzz, RotationsThatAreNoneAndPlacesOfMissingLimbsDoNoHarm)
+{
+    for (const float size : {0.0f, 1.2f, 1.5f, 5.0f, 1e10f})
+    {
+        Scene scene;
+        const float q[4] = {0, 0, 0, size};
+        for (const int node : {LBXNodeHips, LBXNodeSpine, LBXNodeSpine1, LBXNodeLeftArm, LBXNodeLeftForeArm})
+        {
+            const Vec3 place = scene.at(node);
+            const float t[3] = {static_cast<float>(place[0]), static_cast<float>(place[1]), static_cast<float>(place[2])};
+            LBXSetNodeStateTQfv(scene.character(), scene.state.get(), node, t, q);
+        }
+        scene.place_effectors();
+        const Vec3 goal = scene.at(LBXNodeLeftHand) + Vec3{0.1, 0.1, 0.2};
+        scene.want(LBXEffectorLeftWrist, goal, {1, 0, 1, 0});
+        scene.solve();
+        ASSERT_TRUE(all_finite(scene)) << size;
+        EXPECT_NEAR(distance(scene.at(LBXNodeLeftHand), goal), 0.0, 1e-3) << size;
+    }
+    RigOptions options;
+    options.hands = options.fingers = options.fingerBases = false;  // arms are not whole
+    Scene scene(options);
+    const float t[3] = {3e38f, 3e38f, 0}, q[4] = {0, 0, 0, 1};
+    LBXSetNodeStateTQfv(scene.character(), scene.state.get(), LBXNodeLeftHand, t, q);
+    scene.want(LBXEffectorLeftAnkle, scene.at(LBXNodeLeftFoot) + Vec3{0.1, 0.2, 0.1}, {1, 0, 1, 0});
+    scene.solve();
+    EXPECT_TRUE(all_finite(scene));
+}
+
 TEST(SolverFuzz, MissingArgumentsDoNothing)
 {
     Scene scene;
