@@ -270,6 +270,12 @@ TEST_F(Reports, DebugLinesOfAFrameAreShownInThatFrame)
     EXPECT_THAT(floats_of(sampler.input, 3), ElementsAre(0.0f, frame_s, static_cast<float>(2.0 / kFixtureRate)));
     EXPECT_THAT(floats_of(sampler.output, 9), ElementsAre(1e-4f, 1e-4f, 1e-4f, 1, 1, 1, 1e-4f, 1e-4f, 1e-4f));
 
+    limbrex_host::Asset read;
+    limbrex_host::DeclaredFrame declared;
+    ASSERT_TRUE(limbrex_host::read_with_assimp(path("scene.glb"), read, declared, error_)) << error_;
+    ASSERT_EQ(read.clips.size(), 1u) << "another reader finds the motion as before";
+    EXPECT_EQ(read.clips[0].frameCount, run.frameCount);
+
     const auto picture = [this](const Recording& recording, const std::string& name)
     {
         EXPECT_TRUE(write_filmstrip(path(name), {"Lines", 4, 0}, {{"", &recording, 0}}, error_)) << error_;
