@@ -12,8 +12,8 @@ namespace
 
 constexpr float kFullCurl_rad = 2.6703534f;  // 153 degrees
 constexpr float kThumbShare = 0.25f;
-// In the stance of the left hand, whose fingers point along x with the palm down. The right hand is its mirror image: its fingers curl the other way about
-// the same axes, or they would fold over the back of the hand.
+// In the stance of the left hand, whose fingers point along x with the palm down, whichever way a rig turns its finger joints. The right hand is its mirror
+// image: its fingers curl the other way about the same axes, or they would fold over the back of the hand.
 constexpr Vec4 kCurlAxis = {0.0f, 0.0f, -1.0f, 0.0f};
 constexpr Vec4 kThumbCurlAxis = {0.0f, -0.70710677f, -0.70710677f, 0.0f};
 constexpr int kThumb = 0;
@@ -132,7 +132,9 @@ void FingersControlConstraint::setFingerGoal(CharacterContext& context, int fing
     const float opened = allFingers ? globalFactor : fingerFactors[finger] * globalFactor;
     const bool thumb = finger == kThumb;
     const float curl = (1.0f - opened) * (thumb ? kThumbShare : 1.0f) * (left ? 1.0f : -1.0f);
-    const Vec4 axis = rotate(goal.rotation, thumb ? kThumbCurlAxis : kCurlAxis);
+    const Quat stance_rotation = read_node(context, stanceState.get(), hand.firstFinger + kJointsPerFinger * finger).rotation;
+    const Quat since_stance = mul(goal.rotation, conjugate(stance_rotation));
+    const Vec4 axis = rotate(since_stance, thumb ? kThumbCurlAxis : kCurlAxis);
     goal.rotation = mul(quat_from_axis_angle(axis, curl * kFullCurl_rad), wrist_rotation);
     write_goal(context, hand.thumb + finger, goal);
     LBXSetEffectorReachR(context.effectorSet, hand.thumb + finger, 1.0f);

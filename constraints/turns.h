@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "contexts/spatial.h"
+#include "contexts/shortest_arc.h"
 
 // Unit length; zero for what is shorter than 1e-4 or not finite.
 inline Vec4 direction_of(Vec4 v)
@@ -17,17 +17,6 @@ inline Vec4 direction_of(Vec4 v)
     if (largest > kSquareOverflows) v = scale3(v, 1.0f / largest);
     const float length = length3(v);
     return length >= kShortest ? scale3(v, 1.0f / length) : kZero4;
-}
-
-// The turn from a to b in the plane of both; their lengths do not matter.
-inline Quat shortest_arc(Vec4 a, Vec4 b)
-{
-    // Within 1e-5 of a half turn the axis is rounding noise.
-    constexpr float kOpposite = 1e-5f;
-    const float lengths = length3(a) * length3(b);
-    const Vec4 axis = cross3(a, b);
-    const Quat arc = {axis.x, axis.y, axis.z, lengths + dot3(a, b)};
-    return length4(arc) > kOpposite * lengths ? normalize(arc) : kIdentityRotation;
 }
 
 struct AxisAngle

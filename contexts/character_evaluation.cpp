@@ -233,5 +233,5 @@ void evaluate_character(WorldRecord& record, Unit* unit, World* world, const voi
 {
     if (plugin_state().disabled) return;
     CharacterContext* context = ready_context(record, unit, world, resource, has_tree(tree) ? tree : NodeTreeView{});
-    if (context && has_tree(tree)) evaluate_context(*context, tree, std::isfinite(step_s) ? step_s : 0.0f);
+    if (context && has_tree(tree)) evaluate_context(*context, tree, std::isfinite(step_s) && step_s > 0.0f ? step_s : 0.0f);
 }

@@ -41,6 +41,11 @@ const char* ScriptCall::string(int argument, size_t& length) const
 Vec4 ScriptCall::vector(int argument)
 {
     const float* xyz = script().vector(state, argument);
+    if (!xyz)
+    {
+        sound = false;
+        return kZero4;
+    }
     const Vec4 value = {xyz[0], xyz[1], xyz[2], 0.0f};
     sound = sound && is_finite3(value);
     return value;

@@ -7,7 +7,7 @@
 // both give the identity.
 inline Quat shortest_arc(Vec4 from, Vec4 to)
 {
-    constexpr float kSmallest = 1e-6f;  // of the product of the lengths: below it the axis is rounding noise
+    constexpr float kSmallest = 1e-5f;  // of the product of the lengths: within this of a half turn the axis is rounding noise
     const float lengths = length3(from) * length3(to);
     const Vec4 axis = cross3(from, to);
     const Quat arc = {axis.x, axis.y, axis.z, lengths + dot3(from, to)};

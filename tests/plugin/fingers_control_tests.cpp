@@ -163,6 +163,34 @@ TEST_F(SolvedFingers, CloseTowardThePalmByEqualSharesOnBothHands)
     }
 }
 
+TEST_F(SolvedFingers, CloseAlikeHoweverTheRigTurnsItsJoints)
+{
+    const auto fist = [&]
+    {
+        LBXGetCharacterizeState(context.character, context.state);
+        curl(true, 0.3f);
+        curl(false, 0.3f);
+        std::vector<Vec4> tips;
+        for (int hand = 0; hand < 2; ++hand)
+            for (int finger = 0; finger < kControlledFingers; ++finger) tips.push_back(node(LBX_NODE_FINGER(hand, finger, 3)).translation);
+        return tips;
+    };
+    const std::vector<Vec4> plain = fist();
+    for (int hand = 0; hand < 2; ++hand)
+        for (int finger = 0; finger < kControlledFingers; ++finger)
+            for (int joint = 1; joint <= 3; ++joint)
+            {
+                const int id = LBX_NODE_FINGER(hand, finger, joint);
+                EffectorGoal stance = {kZero4, kIdentityRotation, kOne4};
+                LBXGetCharacterizeNodeStateTQSfv(context.character, id, &stance.translation.x, &stance.rotation.x, &stance.scale.x);
+                stance.rotation = axis_turn({0.6f, 0.0f, hand == 0 ? 0.8f : -0.8f, 0}, 40.0 + 25.0 * finger - 10.0 * joint);
+                LBXSetCharacterizeNodeStateTQSfv(context.character, id, &stance.translation.x, &stance.rotation.x, &stance.scale.x);
+            }
+    LBXCharacterize(context.character);
+    const std::vector<Vec4> turned = fist();
+    for (size_t i = 0; i < plain.size(); ++i) EXPECT_THAT(turned[i], NearPoint(plain[i], 1e-4)) << i;
+}
+
 TEST_F(Fingers, TakeTheGoalsAgainAndKeepTheWeights)
 {
     EffectorGoal reach = goal(LBXEffectorRightWrist);
