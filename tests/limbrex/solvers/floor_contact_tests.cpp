@@ -273,6 +273,35 @@ TEST(FloorContact, ToesGiveWayUpwardsAndAutomaticOnesComeDownToTheFloor)
     EXPECT_LT(toe_bend(0.3, 1), 0.05);         // unless they are to lie down
 }
 
+TEST(FloorContact, AFootWhoseHeelLiftsKeepsItsSlopeAndItsToesBendToLieFlat)
+{
+    FloorScene scene;
+    scene.floors_away();
+    scene.enable(kLeftFoot);
+    for (const double heel_up : {0.1, 0.25, 0.4})
+        for (const double droop : {0.0, 0.15})
+        {
+            scene.pose_by(
+                [&](int node)
+                {
+                    if (node == LBXNodeLeftUpLeg) return about({1, 0, 0}, -0.4);
+                    if (node == LBXNodeLeftLeg) return about({1, 0, 0}, 0.8);
+                    if (node == LBXNodeLeftFoot) return about({1, 0, 0}, heel_up - 0.4);
+                    return node == LBXNodeLeftToeBase ? about({1, 0, 0}, droop) : identity();
+                });
+            const std::vector<Vec3> before = scene.points(kLeftFoot);
+            const Plane plane = {{0, before[2][1], 0}, identity()};  // under the ball
+            ASSERT_LT(plane.height(before[4]), -0.007);
+            scene.floor(kLeftFoot, plane);
+            scene.stages(kPrepare);
+            const Joint foot = scene.stored(LBXNodeLeftFoot);
+            scene.stages(kFloorStage);
+            EXPECT_LT(angle_between(scene.turn(LBXNodeLeftFoot), foot.q), 0.2 * kDegree) << heel_up << ' ' << droop;
+            EXPECT_NEAR(distance(scene.at(LBXNodeLeftFoot), foot.t), 0.0, 1e-3) << heel_up << ' ' << droop;
+            for (const size_t tip : {4u, 5u}) EXPECT_NEAR(plane.height(scene.points(kLeftFoot)[tip]), 0.0, 1e-3) << heel_up << ' ' << droop;
+        }
+}
+
 TEST(FloorContact, AGoalBelowTheFloorIsReachedAsFarAsTheFloorAllows)
 {
     FloorScene scene;
