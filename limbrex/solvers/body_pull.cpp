@@ -379,8 +379,7 @@ void pull_body(const Solve& solve, bool spine)
         chest_offset(properties),
         held(LBXEffectorHips),
         held(LBXEffectorChestEnd),
-        moves_spine && value_of(properties, record::SnSReachChestEnd) > 0.0f &&
-            value_of(properties, record::SnSScaleSpineChildren) != 0.0f,
+        moves_spine && value_of(properties, record::SnSReachChestEnd) > 0.0f && value_of(properties, record::SnSScaleSpineChildren) != 0.0f,
         {}};
     pull.carried = carried_points(pull);
     const BodyPlacements start = current_placements(pull);
