@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tools/report/scenery.h"
+
 namespace limbrex_tools
 {
 namespace
@@ -25,6 +27,10 @@ constexpr double kDebugLineWidth = 0.5;
 constexpr double kLongestLine = 1e5;  // points; what goes on past that is no use on a page
 constexpr Color kShadow = rgb(0xDFDFD9);
 constexpr Color kGrid = rgb(0xE6E6E1);
+constexpr Color kSceneryLit = rgb(0xEBE7DA);   // faces turned up
+constexpr Color kSceneryDark = rgb(0xCBC6B6);  // and away from the light
+constexpr double kInFront_m = 0.25;            // what stands this much nearer to the eye than the hips is drawn over the body, as glass
+constexpr double kGlass = 0.35;
 
 struct View
 {
@@ -100,6 +106,51 @@ void draw_shadow(Canvas& canvas, const View& view, const BodyFigure& figure, con
         const Vec3d a{joints[bone.from].x, joints[bone.from].y, 0.0};
         const Vec3d b{joints[bone.to].x, joints[bone.to].y, 0.0};
         canvas.line(view.at(a), view.at(b), kShadow, 2.0 * bone.radiusFrom * view.scale.pointsPerMetre);
+    }
+}
+
+bool is_in_front(const View& view, const std::vector<Facet>& collider, Vec3d centre, double body_depth)
+{
+    const auto nearer = [&](Vec3d corner) { return view.depth(corner - centre) > body_depth + kInFront_m; };
+    return std::all_of(collider.begin(), collider.end(),
+                       [&](const Facet& facet) { return std::all_of(facet.corners.begin(), facet.corners.end(), nearer); });
+}
+
+// The facets of the scenery that face the eye, far ones first: of what stands behind and beside the body, or of what stands before it.
+void draw_scenery(Canvas& canvas, const View& view, const std::vector<std::vector<Facet>>& scenery, Vec3d centre, double body_depth,
+                  bool in_front)
+{
+    struct Shown
+    {
+        double depth;
+        std::vector<Point> outline;
+        Color color;
+    };
+    std::vector<Shown> shown;
+    for (const std::vector<Facet>& collider : scenery)
+    {
+        if (is_in_front(view, collider, centre, body_depth) != in_front) { continue; }
+        for (const Facet& facet : collider)
+        {
+            if (dot(facet.normal, view.camera.toward) <= 0.0) { continue; }
+            const double light = std::clamp(0.5 + 0.5 * facet.normal.z + 0.15 * dot(facet.normal, view.camera.right), 0.0, 1.0);
+            Shown one{0.0, {}, mix(kSceneryDark, kSceneryLit, light)};
+            one.color.a = in_front ? kGlass : 1.0;
+            for (const Vec3d& corner : facet.corners)
+            {
+                one.depth += view.depth(corner - centre);
+                one.outline.push_back(view.at(corner - centre));
+            }
+            shown.push_back(std::move(one));
+        }
+    }
+    std::stable_sort(shown.begin(), shown.end(), [](const Shown& a, const Shown& b) { return a.depth < b.depth; });
+    for (const Shown& facet : shown)
+    {
+        canvas.fill_polygon(facet.outline, facet.color);
+        if (in_front) { continue; }
+        // The seams between facets, which the paper would shine through.
+        for (size_t k = 0; k < 3; ++k) { canvas.line(facet.outline[k], facet.outline[(k + 1) % 3], facet.color, 0.6); }
     }
 }
 
@@ -208,21 +259,27 @@ void draw_panel(Canvas& canvas, Point corner, const PanelScale& scale, const Cam
     canvas.fill_rectangle(corner, scale.width, scale.height, rgb(0xFFFFFF), kPanelRadius);
     canvas.push_clip(corner, scale.width, scale.height);
     draw_grid(canvas, view, centre);
+    const std::vector<std::vector<Facet>> scenery = scenery_at(*run.recording, frame);
+    const double body_depth = view.depth(solved[figure.root]);
     double worst = -1.0;
+    if (run.present(frame)) { draw_shadow(canvas, view, figure, solved); }
+    draw_scenery(canvas, view, scenery, centre, body_depth, false);
     if (run.present(frame))
     {
-        draw_shadow(canvas, view, figure, solved);
         draw_animated(canvas, view, figure, animated);
         draw_solved(canvas, view, figure, solved);
         worst = draw_goals(canvas, view, run, frame, centre);
     }
+    draw_scenery(canvas, view, scenery, centre, body_depth, true);
     draw_debug_lines(canvas, view, *run.recording, frame, centre);
     canvas.pop_clip();
     canvas.stroke_rectangle(corner, scale.width, scale.height, kHairline, 0.8, kPanelRadius);
     const double base = corner.y + scale.height + 14.0;
-    canvas.text({corner.x + 2.0, base}, fmt::format("{:.2f} s", static_cast<double>(frame) / run.recording->framesPerSecond),
-                {10.5, kInk, true, Align::Left});
-    canvas.text({corner.x + 48.0, base}, fmt::format("frame {}", run.recording->firstFrame + frame), {9.5, kMutedInk, false, Align::Left});
+    const TextStyle time_style{10.5, kInk, true, Align::Left};
+    const std::string time = fmt::format("{:.2f} s", static_cast<double>(frame) / run.recording->framesPerSecond);
+    canvas.text({corner.x + 2.0, base}, time, time_style);
+    const double after = std::max(48.0, 12.0 + canvas.text_width(time, time_style));
+    canvas.text({corner.x + after, base}, fmt::format("frame {}", run.recording->firstFrame + frame), {9.5, kMutedInk, false, Align::Left});
     if (worst >= 0.0)
     {
         canvas.text({corner.x + scale.width - 2.0, base}, fmt::format("{:.1f} cm off", worst * 100.0),

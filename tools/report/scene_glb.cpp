@@ -8,6 +8,7 @@
 #include "tools/report/gltf_model.h"
 #include "tools/report/run_view.h"
 #include "tools/report/scene_lines.h"
+#include "tools/report/scenery.h"
 
 namespace limbrex_tools
 {
@@ -251,25 +252,16 @@ void add_markers(Stage& stage, const Recording& recording)
     }
 }
 
-// Triangles of a collider with flat normals; empty when indices or numbers are out of range.
 TriangleMesh collider_mesh(const ColliderRecording& collider)
 {
     TriangleMesh mesh;
-    for (const std::array<uint32_t, 3>& triangle : collider.triangles)
+    for (const Facet& facet : facets_of(collider))
     {
-        std::array<Vec3d, 3> corners;
-        for (size_t k = 0; k < 3; ++k)
-        {
-            if (triangle[k] >= collider.vertices.size() || !finite(collider.vertices[triangle[k]])) { return {}; }
-            corners[k] = limbrex_host::to_vec3d(collider.vertices[triangle[k]]);
-        }
-        const Vec3d normal = normalized(cross(corners[1] - corners[0], corners[2] - corners[0]));
-        if (length(normal) < 0.5) { continue; }
-        for (const Vec3d& corner : corners)
+        for (const Vec3d& corner : facet.corners)
         {
             mesh.indices.push_back(static_cast<uint32_t>(mesh.positions.size() / 3));
             append(mesh.positions, to_floats(corner));
-            append(mesh.normals, to_floats(normal));
+            append(mesh.normals, to_floats(facet.normal));
         }
     }
     return mesh;
