@@ -1,10 +1,13 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <map>
+#include <optional>
 
 #include "host/animation/import.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/json_file.h"
+#include "tools/measure/ground_measurement.h"
 #include "tools/measure/measure_report.h"
 
 namespace limbrex_tools
@@ -16,6 +19,8 @@ struct MeasureArguments
 {
     std::string clip, rig, map, output;
     MeasureOptions options;
+    std::optional<GroundShape> ground;
+    double groundHeight_m = 0.0;
     bool strict = false;
 };
 
@@ -43,6 +48,19 @@ void show_progress(size_t done, size_t total)
     std::fflush(stderr);
 }
 
+int run_ground(const MeasureArguments& arguments, const MeasuredRig& rig, const nlohmann::json& source, const limbrex_host::Asset& asset)
+{
+    GroundMeasurement measurement;
+    measurement.clip = arguments.clip;
+    measurement.rig = arguments.rig;
+    std::string error;
+    const Ground ground = lay_ground(rig, asset, *arguments.ground, arguments.groundHeight_m);
+    if (!measure_ground(rig, source, asset, ground, measurement, error)) { return fail(arguments.rig + ": " + error); }
+    print_ground(measurement);
+    if (!arguments.output.empty() && !write_ground(arguments.output, measurement, error)) { return fail(error); }
+    return arguments.strict && summarize(measurement.after).penetrationMax_mm > kDeepFrame_mm ? kExitFailure : 0;
+}
+
 int run_measure(const MeasureArguments& arguments)
 {
     limbrex_host::ImportOptions import;
@@ -56,6 +74,7 @@ int run_measure(const MeasureArguments& arguments)
     if (!read_json_file(arguments.rig, source, error)) { return fail(error); }
     if (!build_measured_rig(source, asset.skeleton, rig, error)) { return fail(arguments.rig + ": " + error); }
 
+    if (arguments.ground) { return run_ground(arguments, rig, source, asset); }
     Trial trial(rig, asset, arguments.options.shoulderCorrection);
     Measurement measurement;
     measurement.clip = arguments.clip;
@@ -91,6 +110,14 @@ void add_measure_command(CLI::App& app, int& exit_code)
         ->check(CLI::Range(0.0, 1.0))
         ->capture_default_str();
     command->add_flag("--offline", arguments->options.offline, "Also search for the best placement of single goals beyond reach");
+    const std::map<std::string, GroundShape> shapes{
+        {"flat", GroundShape::Flat}, {"stairs", GroundShape::Stairs}, {"ramp", GroundShape::Ramp}};
+    CLI::Option* ground = command->add_option("--ground", arguments->ground, "Play the clip over flat ground, stairs or a ramp instead")
+                              ->transform(CLI::CheckedTransformer(shapes));
+    command->add_option("--ground-height", arguments->groundHeight_m, "Height of the flat ground in the clip's world, metres")
+        ->check(CLI::Range(-1000.0, 1000.0))
+        ->needs(ground)
+        ->capture_default_str();
     command->add_flag("--strict", arguments->strict, "Exit with 1 when a target is missed");
     command->callback([arguments, &exit_code] { exit_code = run_measure(*arguments); });
 }
