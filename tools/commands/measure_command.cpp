@@ -1,8 +1,6 @@
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <map>
-#include <optional>
 
 #include "host/animation/import.h"
 #include "tools/commands/commands.h"
@@ -17,9 +15,8 @@ namespace
 
 struct MeasureArguments
 {
-    std::string clip, rig, map, output;
+    std::string clip, rig, map, output, ground;
     MeasureOptions options;
-    std::optional<GroundShape> ground;
     double groundHeight_m = 0.0;
     bool strict = false;
 };
@@ -54,7 +51,9 @@ int run_ground(const MeasureArguments& arguments, const MeasuredRig& rig, const 
     measurement.clip = arguments.clip;
     measurement.rig = arguments.rig;
     std::string error;
-    const Ground ground = lay_ground(rig, asset, *arguments.ground, arguments.groundHeight_m);
+    const auto name = std::find(std::begin(kGroundNames), std::end(kGroundNames), arguments.ground);
+    const auto shape = static_cast<GroundShape>(name - std::begin(kGroundNames));
+    const Ground ground = lay_ground(rig, asset, shape, arguments.groundHeight_m);
     if (!measure_ground(rig, source, asset, ground, measurement, error)) { return fail(arguments.rig + ": " + error); }
     print_ground(measurement);
     if (!arguments.output.empty() && !write_ground(arguments.output, measurement, error)) { return fail(error); }
@@ -74,7 +73,7 @@ int run_measure(const MeasureArguments& arguments)
     if (!read_json_file(arguments.rig, source, error)) { return fail(error); }
     if (!build_measured_rig(source, asset.skeleton, rig, error)) { return fail(arguments.rig + ": " + error); }
 
-    if (arguments.ground) { return run_ground(arguments, rig, source, asset); }
+    if (!arguments.ground.empty()) { return run_ground(arguments, rig, source, asset); }
     Trial trial(rig, asset, arguments.options.shoulderCorrection);
     Measurement measurement;
     measurement.clip = arguments.clip;
@@ -110,10 +109,8 @@ void add_measure_command(CLI::App& app, int& exit_code)
         ->check(CLI::Range(0.0, 1.0))
         ->capture_default_str();
     command->add_flag("--offline", arguments->options.offline, "Also search for the best placement of single goals beyond reach");
-    const std::map<std::string, GroundShape> shapes{
-        {"flat", GroundShape::Flat}, {"stairs", GroundShape::Stairs}, {"ramp", GroundShape::Ramp}};
-    CLI::Option* ground = command->add_option("--ground", arguments->ground, "Play the clip over flat ground, stairs or a ramp instead")
-                              ->transform(CLI::CheckedTransformer(shapes));
+    CLI::Option* ground = command->add_option("--ground", arguments->ground, "Stand on this ground instead of reaching for goals")
+                              ->check(CLI::IsMember(std::vector<std::string>(std::begin(kGroundNames), std::end(kGroundNames))));
     command->add_option("--ground-height", arguments->groundHeight_m, "Height of the flat ground in the clip's world, metres")
         ->check(CLI::Range(-1000.0, 1000.0))
         ->needs(ground)

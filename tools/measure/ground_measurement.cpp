@@ -18,6 +18,7 @@ using namespace limbrex_host;
 namespace
 {
 
+constexpr double kRamp_rad = kRamp_deg / 57.29577951308232;
 constexpr double kFlatBefore_m = 0.3;  // from the hips' first place to the edge
 constexpr double kTravels_m = 0.2;     // hips that stay nearer to their first place have no direction
 constexpr double kJump_mps = 10.0;     // hips that are faster have been moved by the clip's cut
@@ -43,7 +44,7 @@ using FeetPose = std::array<FootPose, 2>;
 struct FloorPlane
 {
     Vec3d normal;
-    double height = 0.0;  // below, or above, the ankle
+    double height = 0.0;  // straight below or above the ankle
 };
 
 Vec3d level(Vec3d v) { return {v.x, 0.0, v.z}; }
@@ -234,15 +235,14 @@ double Ground::height(Vec3d place) const
 {
     const double ahead = dot(level(place - edge), heading);
     if (shape == GroundShape::Flat || ahead < 0.0) { return edge.y; }
-    if (shape == GroundShape::Ramp) { return edge.y + ahead * std::tan(kRamp_deg / 57.29577951308232); }
+    if (shape == GroundShape::Ramp) { return edge.y + ahead * std::tan(kRamp_rad); }
     return edge.y + kStepHeight_m * (std::floor(ahead / kStepDepth_m) + 1.0);
 }
 
 Vec3d Ground::normal(Vec3d place) const
 {
     if (shape != GroundShape::Ramp || dot(level(place - edge), heading) < 0.0) { return {0.0, 1.0, 0.0}; }
-    const double slope = kRamp_deg / 57.29577951308232;
-    return Vec3d{0.0, std::cos(slope), 0.0} - heading * std::sin(slope);
+    return Vec3d{0.0, std::cos(kRamp_rad), 0.0} - heading * std::sin(kRamp_rad);
 }
 
 Ground lay_ground(const MeasuredRig& rig, const Asset& asset, GroundShape shape, double level_m)

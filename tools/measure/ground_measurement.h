@@ -2,7 +2,6 @@
 // clip's world, y up, metres.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
