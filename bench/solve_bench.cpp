@@ -137,6 +137,47 @@ void add_stages(const Body& body)
     }
 }
 
+// Soles and palms a centimetre or so in a floor that slopes, for feet alone or hands too; the stage of the clamp and that of the contact.
+void add_floor(const Body& body, bool hands, float stiffness)
+{
+    PropertySetOwner properties = make_property_set();
+    const auto value = [&](int property, float v) { LBXPropertySetValue(properties.get(), property, v); };
+    for (const int enable : {LBXPropertyFloorContact, LBXPropertyHandFloorContact}) LBXPropertySetMode(properties.get(), enable, 1);
+    if (!hands) LBXPropertySetMode(properties.get(), LBXPropertyHandFloorContact, 0);
+    for (const int resist : {LBXPropertyParamFootContactStiffness, LBXPropertyParamHandContactStiffness}) value(resist, stiffness);
+    constexpr float kSole[] = {0.09f, 0.06f, 0.125f, 0.08f, 0.04f, 0.05f};
+    for (int i = 0; i < 6; ++i)
+        for (const int first : {LBXPropertyFootBottomToAnkle, LBXPropertyHandBottomToWrist}) value(first + i, kSole[i]);
+
+    auto shared = std::make_shared<PropertySetOwner>(std::move(properties));
+    const std::string name = std::string(hands ? "four floors" : "two floors") + ", stiffness " +
+                             (stiffness > 0.5f   ? "1"
+                              : stiffness > 0.0f ? "0.5"
+                                                 : "0");
+    add_row(name, body,
+            [&body, shared](benchmark::State& bench)
+            {
+                Solver solver(body, 0);
+                for (size_t moment = 0; moment < kMoments; ++moment)
+                    for (int contact = 0; contact < 4; ++contact)
+                    {
+                        constexpr int kEnds[] = {LBXNodeLeftHand, LBXNodeRightHand, LBXNodeLeftFoot, LBXNodeRightFoot};
+                        float t[3], q[4];
+                        LBXGetNodeStateTQfv(body.rig.character, body.animated[moment].get(), kEnds[contact], t, q);
+                        const float floor[3] = {t[0], t[1] - 0.08f, t[2]};
+                        const float slope[4] = {0.06f, 0.0f, 0.0f, 0.9982f};
+                        LBXSetEffectorFloorContactTQfv(solver.sets[moment].get(), contact, floor, slope);
+                    }
+                go_round(bench,
+                         [&](size_t moment)
+                         {
+                             solver.start(moment);
+                             LBXDebugSolveStages(body.rig.character, solver.state.get(), solver.sets[moment].get(), shared->get(),
+                                                 1u << 1 | 1u << 6);
+                         });
+            });
+}
+
 void add_transfers(const Body& body)
 {
     add_row("copy a pose (part of every solve row)", body,
@@ -335,6 +376,8 @@ void add_rows(Bodies& bodies, bool crowd)
         add_solves(*body);
     }
     add_stages(bodies.middle);
+    for (const bool hands : {false, true})
+        for (const float stiffness : {0.0f, 0.5f, 1.0f}) add_floor(bodies.middle, hands, stiffness);
     for (const size_t count : {1u, 100u, 1000u}) { add_crowd(bodies.middle, count); }
     if (crowd) { add_crowd(bodies.middle, 10000); }
     add_tail(bodies.middle);
