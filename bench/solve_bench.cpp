@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "bench/bench_body.h"
+#include "bench/constraint_bench.h"
 #include "limbrex/limbrex_debug.h"
 
 namespace limbrex_bench
@@ -382,6 +383,7 @@ void add_rows(Bodies& bodies, bool crowd)
     if (crowd) { add_crowd(bodies.middle, 10000); }
     add_tail(bodies.middle);
     add_threads(bodies.middle);
+    add_constraint_rows();
 }
 
 }  // namespace
