@@ -14,6 +14,7 @@ constexpr float kOpenBase = -45.0f;   // degrees: the base of a finger that fold
 constexpr float kOpening = 3.0f;      // of the way that is left, in finger lengths
 constexpr float kTurnsOver = 45.0f;   // degrees before half a turn, where the angle's sign is about to flip
 constexpr float kLargestCurl = 2.0f;  // radians that a joint folds
+constexpr float kBackwards = 0.03f;   // radians that a joint is bent backwards by when it folds no more
 constexpr int kSweeps = 4;
 constexpr int kRootSteps = 12;
 
@@ -89,11 +90,12 @@ struct Curls
 {
     Vec4 axis[kFingerJointCount];
     float bend[kFingerJointCount];
-    // Amount -1 straightens every joint, 1 folds it as far as it goes.
+    // Amount -1 straightens every joint, 1 folds it as far as it goes. A joint that bends backwards would first straighten and then fold over to the other
+    // side, so it takes no part in folding.
     float turn_of(int joint, float amount) const
     {
-        const float furthest = amount < 0.0f ? bend[joint] : max_of(kLargestCurl - bend[joint], 0.0f);
-        return amount * furthest;
+        const float folds = max_of(kLargestCurl - bend[joint], 0.0f) * clamp01(1.0f + bend[joint] / kBackwards);
+        return amount * (amount < 0.0f ? bend[joint] : folds);
     }
 };
 

@@ -69,6 +69,7 @@ LimbGoals contact_goals(const Solve& solve, int limb, const ContactShape& shape,
     put_goal(goals.end, rested.end);
     put_goal(goals.extremity, rested.base);
     goals.placed = true;
+    goals.exact = true;  // softened once already, by the solve before
     weigh_goals(goals, shape);
     const float length = limb_length(solve, record);
     goals.plane = length > 0.0f ? smooth_step(clamp01(distance3(rested.end.t, end.t) / (kFadeIn * length))) : 0.0f;
@@ -87,7 +88,10 @@ void contact_extremity(const Solve& solve, int limb)
     ContactPiece rested = rest_on_floor(shape, contact_options(solve.properties, shape, extremity), piece);
     if (same_place(rested.end, piece.end) && same_place(rested.base, piece.base)) return;
 
-    slide_into_reach(floor, position(solve, record.slots[kLimbUpper]), kStraight * limb_length(solve, record), rested);
+    // A limb that stands straighter than that already keeps its length: a first touch shortens nothing.
+    const Vec4 root = position(solve, record.slots[kLimbUpper]);
+    const float present = distance3(position(solve, record.slots[kLimbEnd]), root);
+    slide_into_reach(floor, root, max_of(kStraight * limb_length(solve, record), present), rested);
     const ContactPiece rested_solver = {from_floor(floor, rested.end), from_floor(floor, rested.base)};
     solve_limb_toward(solve, limb, !is_leg(limb), contact_goals(solve, limb, shape, rested_solver));
     finish_limb(solve, limb);

@@ -22,6 +22,7 @@ LimbGoals limb_goals(const Solve& solve, int limb)
             load_goal(solve.effectors, row.endEffector),
             load_goal(solve.effectors, row.extremityEffector),
             false,
+            false,
             1.0f};
 }
 
@@ -44,6 +45,7 @@ LimbChain make_limb_chain(const Solve& solve, int limb, bool arm, const LimbGoal
                        goals.end,
                        goals.extremity,
                        goals.placed,
+                       goals.exact,
                        is_leg(limb),
                        is_in_effect(properties, record_of_property(row.killPitch)),
                        arm && value_of(properties, record::ParamRealisticArmSolving) != 0.0f,

@@ -18,6 +18,7 @@ struct LimbGoals
 {
     LimbGoal root, middle, end, extremity;
     bool placed;  // translations are where the joints shall stand; their reaches have been applied and only share the limb
+    bool exact;   // no soft extension: the end shall stand just there
     float plane;  // 1: the limb is brought into its own bending plane as far as it reaches; less: by less
 };
 // As the effector set has them.
@@ -36,6 +37,7 @@ struct LimbChain
     int extremity;           // slot or -1
     LimbGoal rootGoal, middleGoal, endGoal, extremityGoal;
     bool placed;
+    bool exact;
     bool leg;
     bool killPitch;
     bool realisticArm;

@@ -94,7 +94,7 @@ void aim_end_at_extremity_goal(const LimbChain& chain)
 Vec4 softened(const LimbChain& chain, int tip, Vec4 target, float tail)
 {
     const SoftExtension soft = {chain.maximumExtension, chain.middleGoal.resist, chain.solve.effectors.retargetFlag == 1};
-    if (soft.maximumExtension * soft.resist <= 0.0f) return target;
+    if (chain.exact || soft.maximumExtension * soft.resist <= 0.0f) return target;
     const float longest = length_at_maximum_extension(chain.solve, chain.record, chain.maximumExtensionAngle) + tail;
     return soften_target(at(chain, chain.upper), at(chain, tip), target, longest, soft);
 }

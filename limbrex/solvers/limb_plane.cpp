@@ -49,7 +49,7 @@ void turn_plane_to_middle_goal(const LimbChain& chain)
     const Vec4 root = at(chain, chain.upper);
     const Vec4 a = at(chain, chain.end) - root;
     const Vec4 b = at(chain, chain.middle) - root;
-    const Vec4 c = asked_point(chain, at(chain, chain.middle), chain.middleGoal.t, chain.middleGoal.reachT) - root;
+    const Vec4 c = lerp4(at(chain, chain.middle), chain.middleGoal.t, chain.middleGoal.reachT) - root;
     turn_joint(chain, chain.upper, faded_turn(shortest_arc(cross3(b, a), cross3(c, a)), fade_of(kPlaneTurnFade, a, b)));
 }
 

@@ -319,6 +319,33 @@ TEST(FloorContact, AGoalBelowTheFloorIsReachedAsFarAsTheFloorAllows)
     EXPECT_GT(scene.lowest(kLeftFoot, step), -kTouch);
 }
 
+TEST(FloorContact, AFirstTouchMovesNothingAlsoOfStraightSoftOrDirectedLimbs)
+{
+    RigOptions straight;
+    straight.straightLimbs = true;
+    struct Options
+    {
+        RigOptions rig;
+        float knee_reach, knee_resist;
+        double most_deg;
+    };
+    for (const Options& options : {Options{straight, 0, 0, 0.5}, Options{{}, 1e-6f, 0, 0.1}, Options{{}, 0, 1, 0.1}})
+    {
+        FloorScene scene(options.rig);
+        scene.floors_away();
+        scene.enable(kLeftFoot);
+        scene.value(kFootNames.stiffness, 1.0);
+        scene.value(LBXPropertyLeftLegMaxExtensionAngle, options.knee_resist > 0 ? 165.0 : 180.0);
+        scene.weigh(LBXEffectorLeftKnee, {options.knee_reach, 0, 0, options.knee_resist});
+        scene.want(LBXEffectorLeftKnee, scene.at(LBXNodeLeftLeg) + Vec3{0.3, 0, 0}, {options.knee_reach, 0, 0, options.knee_resist});
+        scene.stages(kPrepare);
+        const Pose before = scene.pose();
+        scene.floor(kLeftFoot, sunk(scene, kLeftFoot, {}, 1e-6));
+        scene.stages(kFloorStage);
+        EXPECT_LT(largest_joint_turn(scene, before, scene.pose()), options.most_deg * kDegree) << options.knee_reach << options.knee_resist;
+    }
+}
+
 TEST(FloorContact, NothingThatIsFiniteBreaksIt)
 {
     Random random(18);
