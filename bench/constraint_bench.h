@@ -1,10 +1,12 @@
 // Rows for the plugin's constraints: what each adds to a character's update.
 #pragma once
 
+#include "bench/bench_body.h"
+
 namespace limbrex_bench
 {
 
-// Nothing where the captured clip that the rows play is not installed.
-void add_constraint_rows();
+// The body must outlive the rows. Nothing where the plugin cannot be loaded.
+void add_constraint_rows(const Body& body);
 
 }  // namespace limbrex_bench

@@ -12,8 +12,9 @@
 #include <map>
 #include <thread>
 
-#include "bench/bench_body.h"
 #include "bench/constraint_bench.h"
+#include "bench/rows.h"
+#include "bench/stage_bench.h"
 #include "limbrex/limbrex_debug.h"
 
 namespace limbrex_bench
@@ -23,54 +24,12 @@ namespace
 
 using namespace limbrex_test;
 
-constexpr int kRuns = 9;
-
-// One character of a crowd, with objects of its own as a game has them.
-struct Solver
-{
-    const Body* body;
-    StateOwner state;
-    EffectorSetOwner sets[kMoments];
-
-    Solver(const Body& b, size_t goal_count, size_t moments = kMoments) : body(&b), state(make_state(b.rig.character))
-    {
-        for (size_t moment = 0; moment < moments; ++moment)
-        {
-            sets[moment] = make_effector_set();
-            place_goals(b, moment, goal_count, sets[moment].get());
-        }
-    }
-    void start(size_t moment) { LBXCharacterStateCopy(state.get(), body->animated[moment].get()); }
-};
-
 struct Bodies
 {
     Body small = make_body(small_rig());
     Body middle = make_body(sixty_nodes());
     Body large = make_body(large_rig());
 };
-
-template <class Work>
-void go_round(benchmark::State& bench, Work work)
-{
-    size_t moment = 0;
-    for (auto iteration : bench)
-    {
-        static_cast<void>(iteration);
-        work(moment);
-        moment = (moment + 1) % kMoments;
-    }
-}
-
-// Every row's name ends in "/<nodes>", by which the reporter finds its yardstick.
-template <class Run>
-void add_row(const std::string& name, const Body& body, Run run)
-{
-    benchmark::RegisterBenchmark((name + "/" + std::to_string(body.node_count())).c_str(), run)
-        ->Unit(benchmark::kMicrosecond)
-        ->MinTime(0.02)
-        ->Repetitions(kRuns + 1);
-}
 
 void add_yardstick(Body& body)
 {
@@ -136,47 +95,6 @@ void add_stages(const Body& body)
                              });
                 });
     }
-}
-
-// Soles and palms a centimetre or so in a floor that slopes, for feet alone or hands too; the stage of the clamp and that of the contact.
-void add_floor(const Body& body, bool hands, float stiffness)
-{
-    PropertySetOwner properties = make_property_set();
-    const auto value = [&](int property, float v) { LBXPropertySetValue(properties.get(), property, v); };
-    for (const int enable : {LBXPropertyFloorContact, LBXPropertyHandFloorContact}) LBXPropertySetMode(properties.get(), enable, 1);
-    if (!hands) LBXPropertySetMode(properties.get(), LBXPropertyHandFloorContact, 0);
-    for (const int resist : {LBXPropertyParamFootContactStiffness, LBXPropertyParamHandContactStiffness}) value(resist, stiffness);
-    constexpr float kSole[] = {0.09f, 0.06f, 0.125f, 0.08f, 0.04f, 0.05f};
-    for (int i = 0; i < 6; ++i)
-        for (const int first : {LBXPropertyFootBottomToAnkle, LBXPropertyHandBottomToWrist}) value(first + i, kSole[i]);
-
-    auto shared = std::make_shared<PropertySetOwner>(std::move(properties));
-    const std::string name = std::string(hands ? "four floors" : "two floors") + ", stiffness " +
-                             (stiffness > 0.5f   ? "1"
-                              : stiffness > 0.0f ? "0.5"
-                                                 : "0");
-    add_row(name, body,
-            [&body, shared](benchmark::State& bench)
-            {
-                Solver solver(body, 0);
-                for (size_t moment = 0; moment < kMoments; ++moment)
-                    for (int contact = 0; contact < 4; ++contact)
-                    {
-                        constexpr int kEnds[] = {LBXNodeLeftHand, LBXNodeRightHand, LBXNodeLeftFoot, LBXNodeRightFoot};
-                        float t[3], q[4];
-                        LBXGetNodeStateTQfv(body.rig.character, body.animated[moment].get(), kEnds[contact], t, q);
-                        const float floor[3] = {t[0], t[1] - 0.08f, t[2]};
-                        const float slope[4] = {0.06f, 0.0f, 0.0f, 0.9982f};
-                        LBXSetEffectorFloorContactTQfv(solver.sets[moment].get(), contact, floor, slope);
-                    }
-                go_round(bench,
-                         [&](size_t moment)
-                         {
-                             solver.start(moment);
-                             LBXDebugSolveStages(body.rig.character, solver.state.get(), solver.sets[moment].get(), shared->get(),
-                                                 1u << 1 | 1u << 6);
-                         });
-            });
 }
 
 void add_transfers(const Body& body)
@@ -377,13 +295,12 @@ void add_rows(Bodies& bodies, bool crowd)
         add_solves(*body);
     }
     add_stages(bodies.middle);
-    for (const bool hands : {false, true})
-        for (const float stiffness : {0.0f, 0.5f, 1.0f}) add_floor(bodies.middle, hands, stiffness);
+    add_floor_and_finger_rows(bodies.middle);
     for (const size_t count : {1u, 100u, 1000u}) { add_crowd(bodies.middle, count); }
     if (crowd) { add_crowd(bodies.middle, 10000); }
     add_tail(bodies.middle);
     add_threads(bodies.middle);
-    add_constraint_rows();
+    add_constraint_rows(bodies.middle);
 }
 
 }  // namespace
