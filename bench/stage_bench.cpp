@@ -2,6 +2,7 @@
 #include "bench/stage_bench.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "bench/rows.h"
 #include "limbrex/limbrex_debug.h"
@@ -21,7 +22,7 @@ enum StageBit : uint32_t
     kFloorContact = 1u << 6
 };
 
-// The pose is prepared once for each moment; a run copies it and does the one stage.
+// The pose is prepared once for each moment; a run copies it and does the one stage. The clamp moves goals, so its runs copy those too.
 template <class Adorn>
 void add_stage(const std::string& name, const Body& body, uint32_t stage, const Adorn& adorn)
 {
@@ -39,21 +40,29 @@ void add_stage(const std::string& name, const Body& body, uint32_t stage, const 
                     prepared.push_back(make_state(body.rig.character));
                     LBXCharacterStateCopy(prepared.back().get(), solver.state.get());
                 }
+                const EffectorSetOwner goals = make_effector_set();
+                const size_t goal_bytes = LBXEffectorSetGetSize();
                 go_round(bench,
                          [&](size_t moment)
                          {
                              LBXCharacterStateCopy(solver.state.get(), prepared[moment].get());
-                             LBXDebugSolveStages(body.rig.character, solver.state.get(), solver.sets[moment].get(), properties.get(),
-                                                 stage);
+                             LBXEffectorSet* set = solver.sets[moment].get();
+                             if (stage == kFloorClamp)
+                             {
+                                 std::memcpy(static_cast<void*>(goals.get()), static_cast<const void*>(set), goal_bytes);
+                                 set = goals.get();
+                             }
+                             LBXDebugSolveStages(body.rig.character, solver.state.get(), set, properties.get(), stage);
                          });
             });
 }
 
-// Soles and palms about a centimetre deep in a floor that slopes by 7 degrees.
+// Soles and palms about a centimetre deep in a floor that slopes by 7 degrees; for the clamp, which looks at the goals alone, wrists and ankles.
 struct Floors
 {
     bool hands;
     float stiffness;
+    float below_m;  // how far the floor lies below wrist or ankle
 
     void operator()(const Body& body, size_t moment, LBXEffectorSet* set, LBXPropertySet* properties) const
     {
@@ -68,11 +77,14 @@ struct Floors
             LBXPropertySetValue(properties, LBXPropertyFootBottomToAnkle + i, kSizes[i]);
             LBXPropertySetValue(properties, LBXPropertyHandBottomToWrist + i, kSizes[i]);
         }
+        // "Always Sync", without which the clamp rests; no public id, the 199th record of mode and value.
+        constexpr float kAlwaysSync = 2.0f;
+        std::memcpy(reinterpret_cast<char*>(properties) + 8 * 198 + 4, &kAlwaysSync, sizeof kAlwaysSync);
         for (int contact = 0; contact < 4; ++contact)
         {
             float t[4], q[4];
             LBXGetNodeStateTQfv(body.rig.character, body.animated[moment].get(), kEnds[contact], t, q);
-            const float floor[4] = {t[0], t[1] - 0.08f, t[2], 0.0f};
+            const float floor[4] = {t[0], t[1] - below_m, t[2], 0.0f};
             const float slope[4] = {0.061f, 0.0f, 0.0f, 0.9981f};
             LBXSetEffectorFloorContactTQfv(set, contact, floor, slope);
         }
@@ -114,9 +126,8 @@ void add_floor_and_finger_rows(const Body& body)
             char conditions[64];
             std::snprintf(conditions, sizeof conditions, "%s, stiffness %g", hands ? "feet and hands" : "feet",
                           static_cast<double>(stiffness));
-            const Floors floors{hands, stiffness};
-            add_stage(std::string("floor clamp: ") + conditions, body, kFloorClamp, floors);
-            add_stage(std::string("floor contact: ") + conditions, body, kFloorContact, floors);
+            add_stage(std::string("floor clamp: ") + conditions, body, kFloorClamp, Floors{hands, stiffness, -0.01f});
+            add_stage(std::string("floor contact: ") + conditions, body, kFloorContact, Floors{hands, stiffness, 0.08f});
         }
     }
     add_stage("fingers: ten reach", body, kFingers, FingerGoals{true, false});
