@@ -27,7 +27,7 @@ struct Solver
             place_goals(b, moment, goal_count, sets[moment].get());
         }
     }
-    void start(size_t moment) { LBXCharacterStateCopy(state.get(), body->animated[moment].get()); }
+    void start(size_t moment) const { LBXCharacterStateCopy(state.get(), body->animated[moment].get()); }
 };
 
 template <class Work>

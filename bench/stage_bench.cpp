@@ -79,7 +79,7 @@ struct Floors
         }
         // "Always Sync", without which the clamp rests; no public id, the 199th record of mode and value.
         constexpr float kAlwaysSync = 2.0f;
-        std::memcpy(reinterpret_cast<char*>(properties) + 8 * 198 + 4, &kAlwaysSync, sizeof kAlwaysSync);
+        std::memcpy(reinterpret_cast<char*>(properties) + size_t{8} * 198 + 4, &kAlwaysSync, sizeof kAlwaysSync);
         for (int contact = 0; contact < 4; ++contact)
         {
             float t[4], q[4];
