@@ -102,8 +102,8 @@ void contact_limb(const Solve& solve, int limb)
     const int extremity = kLimbs[static_cast<size_t>(limb)].contact;
     const ContactRow& row = contact_row(extremity);
     const bool whole = mode_of(solve.properties, row.enable) != 0;
-    const bool fingers = mode_of(solve.properties, row.fingerContact) != 0 && has_fingers(solve.character, extremity);
-    if (!whole && !fingers) return;
+    if (!whole && mode_of(solve.properties, row.fingerContact) == 0) return;
+    const bool fingers = has_fingers(solve.character, extremity);
     const TipPlaces tips = fingers ? tip_places(solve, extremity) : TipPlaces{};
     if (whole) contact_extremity(solve, limb);
     if (fingers) contact_fingers(solve, extremity, tips);

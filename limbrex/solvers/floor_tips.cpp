@@ -10,7 +10,7 @@ namespace
 constexpr int kSteps = 4;
 constexpr float kStickyRange = 0.5f;    // of the finger's length: height from which a sticky finger comes down to the floor
 constexpr float kLargestSpread = 2.0f;  // factor of a tip's way along the floor
-constexpr float kThickestTip = 0.5f;    // of the last bone: a size meant for another length unit does not lift the hand
+constexpr float kThickestTip = 0.25f;   // of the last bone: a size meant for another length unit does not lift the hand
 
 // How tips meet the floor, the finger contact mode.
 struct TipManner

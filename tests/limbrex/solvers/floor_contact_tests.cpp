@@ -92,6 +92,7 @@ TEST(FloorContact, WhatTouchesNothingKeepsItsBits)
         const Case one = sink_one(scene, random, i % 4, random.number(0, 1));
         scene.mode(LBXPropertyAutomaticToes, 0);
         scene.mode(LBXPropertyAutomaticFingers, 0);
+        scene.mode(LBXPropertyFingerSolving, 0);  // which come down to a floor that is near
         scene.stages(kPrepare);
         scene.floor(one.extremity, sunk(scene, one.extremity, one.plane, -1e-5));
         const std::vector<char> before = scene.bytes();
@@ -343,6 +344,32 @@ TEST(FloorContact, AFirstTouchMovesNothingAlsoOfStraightSoftOrDirectedLimbs)
         scene.floor(kLeftFoot, sunk(scene, kLeftFoot, {}, 1e-6));
         scene.stages(kFloorStage);
         EXPECT_LT(largest_joint_turn(scene, before, scene.pose()), options.most_deg * kDegree) << options.knee_reach << options.knee_resist;
+    }
+}
+
+TEST(FloorContact, AHandOnAFloorKeepsItsFingersAboveIt)
+{
+    FloorScene scene;
+    scene.floors_away();
+    scene.enable(kLeftHand);
+    for (const double curl : {0.2, 0.5, 0.9})
+    {
+        scene.pose_by(
+            [&](int node) {
+                return node >= LBX_NODE_FINGER(0, 1, 1) && node <= LBX_NODE_FINGER(0, 4, 3) ? about({0, 0, 1}, -curl) : identity();
+            });
+        const Plane floor = sunk(scene, kLeftHand, {}, 0.0);
+        scene.floor(kLeftHand, floor);
+        const auto lowest_tip = [&]
+        {
+            double low = 1.0;
+            for (int finger = 1; finger < 5; ++finger) low = std::min(low, floor.height(scene.at(LBX_NODE_FINGER(0, finger, 3))));
+            return low;
+        };
+        EXPECT_LT(lowest_tip(), -0.002) << curl;
+        scene.contact();
+        EXPECT_GT(lowest_tip(), -1e-4) << curl;
+        EXPECT_LT(lowest_tip(), 0.02) << curl;
     }
 }
 
